@@ -1,0 +1,53 @@
+# Every dependency comes from Debian. A missing one stops configure with the list of the
+# Debian packages to install (scripts/deps.sh installs them all).
+set(_tavix_missing "")
+
+find_package(Qt6 6.4 QUIET COMPONENTS Core Gui Widgets DBus Test LinguistTools)
+foreach(_comp Core Gui Widgets DBus Test)
+  if(NOT TARGET Qt6::${_comp})
+    list(APPEND _tavix_missing "Qt6::${_comp} (qt6-base-dev)")
+  endif()
+endforeach()
+if(NOT Qt6LinguistTools_FOUND)
+  list(APPEND _tavix_missing "Qt6 LinguistTools (qt6-tools-dev, qt6-l10n-tools)")
+endif()
+
+find_package(PkgConfig QUIET)
+if(PkgConfig_FOUND)
+  pkg_check_modules(PLIST QUIET IMPORTED_TARGET libplist-2.0)
+endif()
+if(NOT TARGET PkgConfig::PLIST)
+  list(APPEND _tavix_missing "libplist-2.0 (libplist-dev, pkg-config)")
+endif()
+
+if(TAVIX_BUILD_TESTS)
+  find_package(GTest QUIET)
+  if(NOT TARGET GTest::gtest_main)
+    list(APPEND _tavix_missing "GoogleTest (libgtest-dev)")
+  endif()
+  find_program(DBUS_RUN_SESSION dbus-run-session)
+  if(NOT DBUS_RUN_SESSION)
+    list(APPEND _tavix_missing "dbus-run-session (dbus-daemon)")
+  endif()
+  find_package(Python3 QUIET COMPONENTS Interpreter)
+  if(NOT Python3_Interpreter_FOUND)
+    list(APPEND _tavix_missing "python3 (python3)")
+  endif()
+endif()
+
+if(TAVIX_BUILD_BENCH)
+  find_package(benchmark QUIET)
+  if(NOT TARGET benchmark::benchmark)
+    list(APPEND _tavix_missing "Google Benchmark (libbenchmark-dev)")
+  endif()
+endif()
+
+if(_tavix_missing)
+  list(JOIN _tavix_missing "\n  " _tavix_missing_text)
+  message(FATAL_ERROR "Missing dependencies:\n  ${_tavix_missing_text}\n"
+                      "Install them with: sudo scripts/deps.sh")
+endif()
+
+set(CMAKE_AUTOMOC ON)
+set(CMAKE_AUTOUIC ON)
+set(CMAKE_AUTORCC ON)

@@ -1,0 +1,48 @@
+// The daemon's command bytes: one code byte, then a fixed payload of 0, 1, 2 or 8 bytes,
+// little-endian and unaligned, with no padding, length field or terminator.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+namespace tavix {
+
+using Bytes = std::vector<std::uint8_t>;
+
+enum CommandCode : std::uint8_t {
+    COMMAND_SET_DOUBLE_CLICK_RANGE = 1,
+    COMMAND_SET_DOUBLE_CLICK_SPEED = 2,
+    COMMAND_SET_TWO_FINGER_SWIPE = 8,
+    COMMAND_SET_TWO_FINGER_ROTATION = 9,
+    COMMAND_SET_TWO_FINGER_PINCH = 11,
+    COMMAND_SET_FUNCTION_BUTTON_1 = 13,
+    COMMAND_SET_FUNCTION_BUTTON_2 = 14,
+    COMMAND_SET_INPUT_MODE = 15,
+    COMMAND_SET_RESOLUTION_NOTICE = 16,
+    COMMAND_SET_ERASER_AREA_MODE = 17,
+    COMMAND_SET_CALIBRATION_TYPE = 18,
+    COMMAND_SET_SIMPLE_SETTING_TYPE = 19,
+    COMMAND_SET_ROTATE_MODE = 21,
+    COMMAND_START_ADVANCE_CALIBRATION = 23,
+    COMMAND_SET_CALIBRATION_HOT_KEY = 24,
+    COMMAND_SET_SIMPLE_SETTING_HOT_KEY = 25,
+    COMMAND_GET_DIP_SW = 26,
+    COMMAND_GET_CHECKSUM_AND_VERSION = 27,
+    COMMAND_START_SELF_TEST = 28,
+    COMMAND_SET_MOUSE_ACTION = 29,
+    COMMAND_SHOW_MOUSE_INFO = 30,
+    COMMAND_START_ADVANCE_CALIBRATION_2 = 31,
+    COMMAND_STOP_CHECK = 32,
+};
+
+// Payload width in bytes of a known code (0, 1, 2 or 8); -1 for a code the pane never sends.
+int commandPayloadWidth(std::uint8_t code);
+
+// Builders; each checks (in debug builds) that the code takes that payload width.
+Bytes makeCommand(CommandCode code);                         // no payload
+Bytes makeCommandU8(CommandCode code, std::uint8_t value);   // 1-byte flag or ASCII character
+Bytes makeCommandU16(CommandCode code, std::int64_t value);  // low 16 bits, little-endian
+Bytes makeCommandDouble(CommandCode code, double value);     // IEEE-754 binary64, little-endian
+
+}  // namespace tavix
