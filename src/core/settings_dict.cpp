@@ -54,6 +54,13 @@ std::int64_t PlistValue::toInt() const {
     return 0;
 }
 
+bool PlistValue::toBool() const {
+    if (const auto *d = std::get_if<double>(&value_)) {
+        return *d != 0.0 && !std::isnan(*d);
+    }
+    return toInt() != 0;
+}
+
 double PlistValue::toDouble() const {
     if (const auto *d = std::get_if<double>(&value_)) {
         return *d;

@@ -50,7 +50,7 @@ class PlistValue {
     // saturate at the integer range, NaN is 0); anything that is not a number reads as 0.
     std::int64_t toInt() const;
     double toDouble() const;
-    bool toBool() const { return toInt() != 0 || (isReal() && toDouble() != 0.0); }
+    bool toBool() const;
     // The string held, or "" for any other kind.
     std::string toString() const;
 

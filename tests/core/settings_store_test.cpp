@@ -1,0 +1,440 @@
+#include "settings_store.h"
+
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cmath>
+#include <filesystem>
+#include <fstream>
+#include <limits>
+#include <random>
+#include <sstream>
+
+#include "atomic_file.h"
+#include "paths.h"
+#include "temp_env.h"
+
+namespace tavix {
+namespace {
+
+namespace fs = std::filesystem;
+using test::TempEnvTest;
+
+std::string readBytes(const std::string &path) {
+    std::ifstream in(path, std::ios::binary);
+    std::stringstream s;
+    s << in.rdbuf();
+    return s.str();
+}
+
+void writeBytes(const std::string &path, const std::string &bytes) {
+    std::ofstream(path, std::ios::binary) << bytes;
+}
+
+std::string shellQuote(const std::string &s) {
+    std::string out = "'";
+    for (char c : s) {
+        out += c == '\'' ? std::string("'\\''") : std::string(1, c);
+    }
+    return out + "'";
+}
+
+// Runs the Python property-list cross-check; returns its exit status.
+int runInterop(const std::string &args) {
+    const std::string python = TAVIX_PYTHON3;
+    const std::string dir = TAVIX_CORE_TEST_DIR;
+    std::string command =
+        shellQuote(python) + " " + shellQuote(dir + "/plist_interop.py") + " " + args;
+    int status = std::system(command.c_str());
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+std::vector<std::string> temporariesIn(const std::string &folder) {
+    std::vector<std::string> found;
+    for (const auto &entry : fs::directory_iterator(folder)) {
+        if (entry.path().filename().string().find(".tmp.") != std::string::npos) {
+            found.push_back(entry.path().filename());
+        }
+    }
+    return found;
+}
+
+class StoreTest : public TempEnvTest {
+  protected:
+    std::string utilities() { return getUilitiesFilePath(); }
+    std::string settingsFile() { return getSettingsFilePath(317); }
+};
+
+// ---------------------------------------------------------------------------------------------
+// Values and lookups
+
+TEST(PlistValueTest, NumericConversionFollowsOneRule) {
+    struct Case {
+        const char *label;
+        PlistValue value;
+        std::int64_t asInt;
+        bool asBool;
+        double asDouble;
+    };
+    const Case cases[] = {
+        {"integer", PlistValue(42), 42, true, 42.0},
+        {"negative integer", PlistValue(-7), -7, true, -7.0},
+        {"zero", PlistValue(0), 0, false, 0.0},
+        {"true", PlistValue(true), 1, true, 1.0},
+        {"false", PlistValue(false), 0, false, 0.0},
+        {"real truncates", PlistValue(2.9), 2, true, 2.9},
+        {"negative real truncates toward zero", PlistValue(-2.9), -2, true, -2.9},
+        {"fraction is true but 0", PlistValue(0.5), 0, true, 0.5},
+        {"huge real saturates", PlistValue(1e300), std::numeric_limits<std::int64_t>::max(), true,
+         1e300},
+        {"NaN reads 0", PlistValue(std::nan("")), 0, false, std::nan("")},
+        {"string is not a number", PlistValue("12"), 0, false, 0.0},
+        {"opaque is not a number", PlistValue(OpaqueValue()), 0, false, 0.0},
+    };
+    for (const auto &c : cases) {
+        EXPECT_EQ(c.value.toInt(), c.asInt) << c.label;
+        EXPECT_EQ(c.value.toBool(), c.asBool) << c.label;
+        if (std::isnan(c.asDouble)) {
+            EXPECT_TRUE(std::isnan(c.value.toDouble())) << c.label;
+        } else {
+            EXPECT_DOUBLE_EQ(c.value.toDouble(), c.asDouble) << c.label;
+        }
+    }
+}
+
+TEST(SettingsDictTest, MissingKeysReadAsZeroAndSetKeepsOrder) {
+    SettingsDict d;
+    EXPECT_EQ(d.intValue("nothing"), 0);
+    EXPECT_FALSE(d.boolValue("nothing"));
+    EXPECT_EQ(d.doubleValue("nothing"), 0.0);
+    EXPECT_EQ(d.stringValue("nothing"), "");
+    d.set("b", 1);
+    d.set("a", "x");
+    d.set("b", false);  // replaced in place
+    EXPECT_EQ(d.keys(), (std::vector<std::string>{"b", "a"}));
+    EXPECT_TRUE(d.find("b")->isBool());
+    EXPECT_TRUE(d.remove("b"));
+    EXPECT_FALSE(d.remove("b"));
+    EXPECT_EQ(d.keys(), (std::vector<std::string>{"a"}));
+}
+
+// ---------------------------------------------------------------------------------------------
+// Defaults and first use
+
+TEST_F(StoreTest, FreshAccountCreatesSharedStateFileWithFiveDefaults) {
+    ASSERT_FALSE(pathExists(utilities()));
+    SettingsDict d = readUtilitiesDictionary();
+    ASSERT_TRUE(pathExists(utilities()));
+    EXPECT_EQ(d.keys(),
+              (std::vector<std::string>{"currentPageIndex", "isShowStatuMenu", "DriverEnable",
+                                        "currentDeviceType", "VerboseLog"}));
+    EXPECT_EQ(d.intValue("currentDeviceType"), 0);
+    EXPECT_TRUE(d.boolValue("DriverEnable"));
+    EXPECT_TRUE(d.boolValue("isShowStatuMenu"));
+    EXPECT_EQ(d.intValue("currentPageIndex"), 0);
+    EXPECT_FALSE(d.boolValue("VerboseLog"));
+    EXPECT_TRUE(d.find("currentPageIndex")->isInteger());
+    EXPECT_TRUE(d.find("VerboseLog")->isBool());
+    EXPECT_FALSE(d.contains("RefreshCalibrationType"));
+    EXPECT_EQ(runInterop("check " + shellQuote(utilities()) +
+                         " '[[\"currentPageIndex\",\"int\",0],[\"isShowStatuMenu\",\"bool\",true],"
+                         "[\"DriverEnable\",\"bool\",true],[\"currentDeviceType\",\"int\",0],"
+                         "[\"VerboseLog\",\"bool\",false]]'"),
+              0);
+}
+
+TEST_F(StoreTest, SettingsFileDefaultsHoldSixteenKeysWithRotateModeBoolean) {
+    SettingsDict d = readSettingItemsFromPlist(settingsFile());
+    EXPECT_EQ(d.size(), 16u);
+    EXPECT_TRUE(d.find("RotateMode")->isBool());
+    EXPECT_FALSE(d.contains("PenSoftSupport"));
+    EXPECT_EQ(d.intValue("RotateMode"), 0);
+    EXPECT_EQ(runInterop(
+                  "check " + shellQuote(settingsFile()) +
+                  " '[[\"CalibrationHotKey\",\"string\",\"C\"],[\"SimpleHotKey\",\"string\",\"S\"],"
+                  "[\"CalibrationType\",\"int\",0],[\"InputMode\",\"int\",0],"
+                  "[\"SimpleCalibrationType\",\"int\",0],[\"DoubleClickRange\",\"int\",32],"
+                  "[\"DoubleClickRate\",\"real\",0.5],[\"RotateMode\",\"bool\",false],"
+                  "[\"DriverVersion\",\"string\",\"0.8.0.3\"],[\"EraserAreaMode\",\"bool\",true],"
+                  "[\"FounctionButton1\",\"bool\",true],[\"FounctionButton2\",\"bool\",true],"
+                  "[\"ShowResolutionNotice\",\"bool\",true],[\"TwoFingerSwipe\",\"bool\",true],"
+                  "[\"TwoFingerPinch\",\"bool\",true],[\"TwoFingerRotation\",\"bool\",true]]'"),
+              0);
+}
+
+TEST_F(StoreTest, ExistingFilesAreNeverCompletedWithDefaults) {
+    ASSERT_TRUE(saveItemToInfoPlist(PlistValue(2), "currentPageIndex"));
+    SettingsDict d = readUtilitiesDictionary();
+    EXPECT_EQ(d.keys(), std::vector<std::string>{"currentPageIndex"});
+    EXPECT_FALSE(d.boolValue("DriverEnable")) << "a missing key reads false";
+
+    SettingsDict partial;
+    partial.set("InputMode", 1);
+    ASSERT_TRUE(writePlistFileAtomically(partial, settingsFile()));
+    EXPECT_EQ(readSettingItemsFromPlist(settingsFile()).keys(),
+              std::vector<std::string>{"InputMode"});
+}
+
+// ---------------------------------------------------------------------------------------------
+// Merging
+
+TEST_F(StoreTest, MergeReplacesAddsAndKeepsKeysOnlyInTheFile) {
+    readSettingItemsFromPlist(settingsFile());
+    SettingsDict items;
+    items.set("DoubleClickRange", 45);
+    items.set("PenSoftSupport", true);
+    ASSERT_TRUE(saveSettingItemsToPlist(items, settingsFile()));
+    SettingsDict d = *readPlistFile(settingsFile());
+    EXPECT_EQ(d.size(), 17u);
+    EXPECT_EQ(d.intValue("DoubleClickRange"), 45);
+    EXPECT_EQ(d.keys()[5], "DoubleClickRange") << "a replaced key keeps its place";
+    EXPECT_EQ(d.keys().back(), "PenSoftSupport");
+    EXPECT_EQ(d.stringValue("DriverVersion"), "0.8.0.3");
+}
+
+TEST_F(StoreTest, MergeOfEmptyDictionary) {
+    SettingsDict empty;
+    // No file: an empty dictionary file is created.
+    ASSERT_TRUE(saveSettingItemsToPlist(empty, settingsFile()));
+    ASSERT_TRUE(readPlistFile(settingsFile()).has_value());
+    EXPECT_TRUE(readPlistFile(settingsFile())->empty());
+    // An existing file is rewritten unchanged.
+    fs::remove(settingsFile());
+    readSettingItemsFromPlist(settingsFile());
+    const std::string before = readBytes(settingsFile());
+    ASSERT_TRUE(saveSettingItemsToPlist(empty, settingsFile()));
+    EXPECT_EQ(readBytes(settingsFile()), before);
+}
+
+TEST_F(StoreTest, ValuesOfOtherKindsSurviveAMerge) {
+    ASSERT_EQ(
+        runInterop("write " + shellQuote(utilities()) +
+                   " xml '[[\"Areas\",\"array\",[1,2,3]],[\"currentDeviceType\",\"int\",259]]'"),
+        0);
+    ASSERT_TRUE(saveItemToInfoPlist(PlistValue(1), "currentPageIndex"));
+    EXPECT_EQ(runInterop("check " + shellQuote(utilities()) +
+                         " '[[\"Areas\",\"array\",[1,2,3]],[\"currentDeviceType\",\"int\",259],"
+                         "[\"currentPageIndex\",\"int\",1]]'"),
+              0);
+}
+
+// ---------------------------------------------------------------------------------------------
+// Unreadable files
+
+TEST_F(StoreTest, UnreadableFilesReadEmptyAndAreNeverOverwritten) {
+    const std::string deepXml = [] {
+        std::string open, close;
+        for (int i = 0; i < kMaxPlistDepth + 6; ++i) {
+            open += "<array>";
+            close += "</array>";
+        }
+        return "<?xml version=\"1.0\"?><plist version=\"1.0\"><dict><key>a</key>" + open + close +
+               "</dict></plist>";
+    }();
+    const std::pair<const char *, std::string> cases[] = {
+        {"garbage", "this is not a property list"},
+        {"truncated XML", "<?xml version=\"1.0\"?><plist version=\"1.0\"><dict><key>currentDe"},
+        {"array root", "<?xml version=\"1.0\"?><plist version=\"1.0\"><array/></plist>"},
+        {"deep nesting", deepXml},
+        {"binary header only", "bplist00"},
+        {"binary with bad trailer", std::string("bplist00") + std::string(40, '\xff')},
+        {"zero bytes", ""},
+    };
+    for (const auto &[label, bytes] : cases) {
+        getUilitiesFilePath();
+        writeBytes(utilities(), bytes);
+        EXPECT_TRUE(readUtilitiesDictionary().empty()) << label;
+        EXPECT_EQ(readUtilitiesDictionary().intValue("currentDeviceType"), 0) << label;
+        EXPECT_FALSE(readUtilitiesDictionary().boolValue("DriverEnable")) << label;
+        EXPECT_FALSE(saveItemToInfoPlist(PlistValue(3), "currentPageIndex")) << label;
+        SettingsDict items;
+        items.set("VerboseLog", true);
+        EXPECT_FALSE(saveSettingItemsToPlist(items, utilities())) << label;
+        EXPECT_EQ(readBytes(utilities()), bytes) << label << ": left byte for byte untouched";
+    }
+}
+
+TEST_F(StoreTest, OversizedFileIsRefusedButOneJustUnderTheCapIsRead) {
+    const std::string head =
+        "<?xml version=\"1.0\"?><plist version=\"1.0\"><dict><key>s</key><string>";
+    const std::string tail = "</string></dict></plist>";
+    const std::string path = settingsFile();
+
+    writeBytes(path, head + std::string(kMaxPlistFileSize - head.size() - tail.size(), 'x') + tail);
+    auto fits = readPlistFile(path);
+    ASSERT_TRUE(fits.has_value());
+    EXPECT_EQ(fits->stringValue("s").size(), kMaxPlistFileSize - head.size() - tail.size());
+
+    writeBytes(path,
+               head + std::string(kMaxPlistFileSize - head.size() - tail.size() + 1, 'x') + tail);
+    EXPECT_FALSE(readPlistFile(path).has_value());
+}
+
+TEST_F(StoreTest, DeepXmlNestingIsRefusedAtTheLimit) {
+    auto nested = [](int depth) {
+        std::string s = "<?xml version=\"1.0\"?><plist version=\"1.0\">";
+        for (int i = 0; i < depth; ++i) {
+            s += i == 0 ? "<dict><key>k</key>" : "<array>";
+        }
+        s += "<true/>";
+        for (int i = depth - 1; i >= 0; --i) {
+            s += i == 0 ? "</dict>" : "</array>";
+        }
+        return s + "</plist>";
+    };
+    EXPECT_TRUE(parsePlist(nested(kMaxPlistDepth)).has_value());
+    EXPECT_FALSE(parsePlist(nested(kMaxPlistDepth + 1)).has_value());
+    EXPECT_FALSE(parsePlist(nested(100000)).has_value()) << "would overflow the parser's stack";
+}
+
+// A binary property list with the given objects (already encoded) and root 0, refs of 1 byte.
+std::string binaryPlist(const std::vector<std::string> &objects) {
+    std::string out = "bplist00";
+    std::vector<std::uint8_t> offsets;
+    for (const auto &o : objects) {
+        offsets.push_back(static_cast<std::uint8_t>(out.size()));
+        out += o;
+    }
+    const std::size_t table = out.size();
+    for (auto o : offsets) {
+        out += static_cast<char>(o);
+    }
+    std::string trailer(32, '\0');
+    trailer[6] = 1;  // offset size
+    trailer[7] = 1;  // ref size
+    trailer[15] = static_cast<char>(objects.size());
+    trailer[31] = static_cast<char>(table);
+    return out + trailer;
+}
+
+TEST_F(StoreTest, HostileBinaryGraphsAreRefused) {
+    // Object 0: dict {"k": object 2}; object 1: the key "k".
+    const std::string key = "\x51k";
+    struct Case {
+        const char *label;
+        std::vector<std::string> objects;
+        bool readable;
+    };
+    std::vector<Case> cases = {
+        {"plain", {std::string("\xD1\x01\x02", 3), key, "\x09"}, true},
+        {"self-referencing array", {std::string("\xD1\x01\x02", 3), key, "\xA1\x02"}, false},
+        {"reference out of range", {std::string("\xD1\x01\x09", 3), key, "\x09"}, false},
+        {"count past the table", {std::string("\xD1\x01\x02", 3), key, "\xAE\x02"}, false},
+    };
+    // A chain of arrays deeper than the limit, and a doubling graph whose tree form explodes.
+    Case deep{"deep chain", {std::string("\xD1\x01\x02", 3), key}, false};
+    Case doubling{"doubling graph", {std::string("\xD1\x01\x02", 3), key}, false};
+    for (int i = 2; i < 2 + kMaxPlistDepth + 2; ++i) {
+        deep.objects.push_back(std::string("\xA1", 1) + static_cast<char>(i + 1));
+    }
+    deep.objects.push_back("\x09");
+    for (int i = 2; i < 2 + 40; ++i) {
+        doubling.objects.push_back(std::string("\xA2", 1) + static_cast<char>(i + 1) +
+                                   static_cast<char>(i + 1));
+    }
+    doubling.objects.push_back("\x09");
+    cases.push_back(deep);
+    cases.push_back(doubling);
+    for (const auto &c : cases) {
+        writeBytes(settingsFile(), binaryPlist(c.objects));
+        EXPECT_EQ(readPlistFile(settingsFile()).has_value(), c.readable) << c.label;
+    }
+}
+
+TEST_F(StoreTest, FilesWrittenByAnotherWriterAreRead) {
+    for (const char *format : {"xml", "binary"}) {
+        ASSERT_EQ(runInterop("write " + shellQuote(settingsFile()) + " " + format +
+                             " '[[\"DoubleClickRange\",\"int\",70000],"
+                             "[\"DoubleClickRate\",\"real\",0.30000000000000004],"
+                             "[\"RotateMode\",\"bool\",true],[\"DriverVersion\",\"string\","
+                             "\"1.2 \\u00e9<&>\"],[\"Neg\",\"int\",-5]]'"),
+                  0);
+        auto d = readPlistFile(settingsFile());
+        ASSERT_TRUE(d.has_value()) << format;
+        EXPECT_EQ(d->intValue("DoubleClickRange"), 70000) << format;
+        EXPECT_EQ(d->doubleValue("DoubleClickRate"), 0.30000000000000004) << format;
+        EXPECT_TRUE(d->find("RotateMode")->isBool()) << format;
+        EXPECT_EQ(d->stringValue("DriverVersion"), "1.2 \xc3\xa9<&>") << format;
+        EXPECT_EQ(d->intValue("Neg"), -5) << format;
+        // And what we write back reads the same elsewhere, to the last bit of the real.
+        ASSERT_TRUE(saveSettingItemsToPlist(SettingsDict(), settingsFile()));
+        EXPECT_EQ(runInterop("check " + shellQuote(settingsFile()) +
+                             " '[[\"DoubleClickRange\",\"int\",70000],"
+                             "[\"DoubleClickRate\",\"real\",0.30000000000000004],"
+                             "[\"RotateMode\",\"bool\",true],[\"DriverVersion\",\"string\","
+                             "\"1.2 \\u00e9<&>\"],[\"Neg\",\"int\",-5]]'"),
+                  0)
+            << format;
+    }
+}
+
+// ---------------------------------------------------------------------------------------------
+// Atomic replacement
+
+TEST_F(StoreTest, WritesKeepTheTargetsPermissions) {
+    readSettingItemsFromPlist(settingsFile());
+    ASSERT_EQ(::chmod(settingsFile().c_str(), 0640), 0);
+    SettingsDict items;
+    items.set("InputMode", 2);
+    ASSERT_TRUE(saveSettingItemsToPlist(items, settingsFile()));
+    struct stat st {};
+    ASSERT_EQ(::stat(settingsFile().c_str(), &st), 0);
+    EXPECT_EQ(st.st_mode & 07777, 0640u);
+}
+
+TEST_F(StoreTest, WritingIntoAMissingFolderFailsCleanly) {
+    EXPECT_FALSE(writePlistFileAtomically(utilitiesDefaults(), home_ + "/no/such/folder/x.plist"));
+    EXPECT_FALSE(writePlistFileAtomically(utilitiesDefaults(), home_));  // a folder
+}
+
+TEST_F(StoreTest, KillDuringWriteNeverLeavesATornFile) {
+    SettingsDict small = utilitiesDefaults();
+    SettingsDict large = utilitiesDefaults();
+    large.set("Padding", std::string(256 * 1024, 'p'));
+    const std::string path = utilities();
+    ASSERT_TRUE(writePlistFileAtomically(small, path));
+
+    std::mt19937 random(12345);
+    int sawSmall = 0, sawLarge = 0;
+    for (int round = 0; round < 60; ++round) {
+        pid_t child = ::fork();
+        ASSERT_GE(child, 0);
+        if (child == 0) {
+            for (int i = 0;; ++i) {
+                writePlistFileAtomically(i % 2 ? large : small, path);
+            }
+        }
+        ::usleep(std::uniform_int_distribution<useconds_t>(200, 8000)(random));
+        ::kill(child, SIGKILL);
+        int status = 0;
+        ::waitpid(child, &status, 0);
+        auto d = readPlistFile(path);
+        ASSERT_TRUE(d.has_value()) << "torn file after round " << round;
+        if (*d == small) {
+            ++sawSmall;
+        } else {
+            ASSERT_EQ(*d, large) << "round " << round;
+            ++sawLarge;
+        }
+    }
+    EXPECT_GT(sawSmall + sawLarge, 0);
+    // The killed writers' temporaries go with the next successful write.
+    ASSERT_TRUE(writePlistFileAtomically(small, path));
+    EXPECT_EQ(temporariesIn(fs::path(path).parent_path()), std::vector<std::string>{});
+}
+
+TEST_F(StoreTest, TemporariesOfLiveWritersAreLeftAlone) {
+    const std::string folder = getPreferenceFolderPath();
+    const std::string live =
+        folder + "/.Utilities.plist.tmp." + std::to_string(::getppid()) + ".1-2";
+    writeBytes(live, "in progress");
+    ASSERT_TRUE(writePlistFileAtomically(utilitiesDefaults(), utilities()));
+    EXPECT_TRUE(fs::exists(live));
+}
+
+}  // namespace
+}  // namespace tavix
