@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 namespace tavix {
@@ -44,5 +45,21 @@ Bytes makeCommand(CommandCode code);                         // no payload
 Bytes makeCommandU8(CommandCode code, std::uint8_t value);   // 1-byte flag or ASCII character
 Bytes makeCommandU16(CommandCode code, std::int64_t value);  // low 16 bits, little-endian
 Bytes makeCommandDouble(CommandCode code, double value);     // IEEE-754 binary64, little-endian
+
+// The constant's name ("COMMAND_SET_DOUBLE_CLICK_RANGE", ...) of a known code, else nullptr.
+const char *commandName(std::uint8_t code);
+
+// A command as the driver side reads it back.
+struct DecodedCommand {
+    std::uint8_t code = 0;
+    int payloadWidth = 0;       // 0, 1, 2 or 8
+    std::uint16_t integer = 0;  // the 1- or 2-byte payload
+    double real = 0.0;          // the 8-byte payload
+};
+
+// nullopt for an empty message, a code that is not in the table, or a message whose length is
+// not exactly one code byte plus that code's payload width.
+std::optional<DecodedCommand> decodeCommand(const std::uint8_t *data, std::size_t size);
+std::optional<DecodedCommand> decodeCommand(const Bytes &bytes);
 
 }  // namespace tavix
