@@ -130,4 +130,11 @@ std::optional<DecodedCommand> decodeCommand(const Bytes &bytes) {
     return decodeCommand(bytes.data(), bytes.size());
 }
 
+std::optional<std::int32_t> decodeHardwareType(const std::uint8_t *reply, std::size_t size) {
+    if (reply == nullptr || size < 4) {
+        return std::nullopt;
+    }
+    return static_cast<std::int32_t>(static_cast<std::uint32_t>(readLittleEndian(reply, 4)));
+}
+
 }  // namespace tavix

@@ -62,4 +62,8 @@ struct DecodedCommand {
 std::optional<DecodedCommand> decodeCommand(const std::uint8_t *data, std::size_t size);
 std::optional<DecodedCommand> decodeCommand(const Bytes &bytes);
 
+// The daemon's reply to COMMAND_START_SELF_TEST: the hardware type as a signed 32-bit
+// little-endian integer in its first four bytes; nullopt when the reply is shorter.
+std::optional<std::int32_t> decodeHardwareType(const std::uint8_t *reply, std::size_t size);
+
 }  // namespace tavix

@@ -23,12 +23,25 @@ struct PortReply {
 };
 using ReplyCallback = std::function<void(const PortReply &)>;
 
+// For ports that answer later: the callback gets a responder that sends the reply when called
+// (on the main thread, at most once; later calls are ignored). A responder that is never called
+// leaves the caller to its time-out.
+using PortResponder = std::function<void(const QByteArray &reply)>;
+using DeferredPortCallback =
+    std::function<void(qint32 msgid, const QByteArray &data, PortResponder respond)>;
+
 class LocalMessagePort {
   public:
     // Owns the name without queueing. nullptr when another connection owns it already or the
     // bus cannot be reached. Callers of another uid are refused with AccessDenied.
+    // A port on the session bus holds a bus connection of its own, because one connection
+    // cannot tell which of its names a request was addressed to; a port made on any other
+    // connection uses that connection, which then serves one port at a time.
     static std::unique_ptr<LocalMessagePort> create(
         const QString &name, PortCallback callback,
+        const QDBusConnection &bus = QDBusConnection::sessionBus());
+    static std::unique_ptr<LocalMessagePort> createDeferred(
+        const QString &name, DeferredPortCallback callback,
         const QDBusConnection &bus = QDBusConnection::sessionBus());
     ~LocalMessagePort();  // gives the name back
     LocalMessagePort(const LocalMessagePort &) = delete;
@@ -57,8 +70,9 @@ class RemoteMessagePort {
     QString name() const { return name_; }
 
   private:
-    RemoteMessagePort(QString name, QDBusConnection bus);
+    RemoteMessagePort(QString name, QString owner, QDBusConnection bus);
     QString name_;
+    QString owner_;  // the unique bus name that owned the port at lookup
     QDBusConnection bus_;
 };
 

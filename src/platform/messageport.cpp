@@ -1,0 +1,206 @@
+#include "messageport.h"
+
+#include <QCoreApplication>
+#include <QDBusConnectionInterface>
+#include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
+#include <QDBusPendingReply>
+#include <QDBusReply>
+#include <QLoggingCategory>
+#include <QThread>
+
+#include <unistd.h>
+
+#include <atomic>
+#include <cmath>
+#include <utility>
+
+#include "messageport_adaptor.h"
+#include "messageport_proxy.h"
+#include "messageportreceiver.h"
+
+Q_LOGGING_CATEGORY(lcMessagePort, "tavix.platform.messageport")
+
+namespace tavix {
+namespace {
+
+const QString kObjectPath = QStringLiteral("/io/tavix/MessagePort");
+constexpr int kBusDriverTimeoutMs = 1000;
+
+QString busName(const QString &port) {
+    return QStringLiteral("io.tavix.MessagePort.") + port;
+}
+
+QThread *mainThread() {
+    QCoreApplication *app = QCoreApplication::instance();
+    return app ? app->thread() : nullptr;
+}
+
+// The uid the bus recorded for our own connection; the process's effective uid if the bus
+// does not say.
+uint ownUid(const QDBusConnection &bus) {
+    QDBusReply<uint> uid = bus.interface()->serviceUid(bus.baseService());
+    return uid.isValid() ? uid.value() : static_cast<uint>(::geteuid());
+}
+
+int timeoutMs(double sendTimeout, double receiveTimeout) {
+    const double total = (sendTimeout + receiveTimeout) * 1000.0;
+    if (!(total >= 1.0)) {
+        return 1;  // zero, negative or NaN: fail at once rather than wait the bus default
+    }
+    return total > 2'000'000'000.0 ? 2'000'000'000 : static_cast<int>(std::lround(total));
+}
+
+}  // namespace
+
+struct LocalMessagePort::Impl {
+    QString name;
+    QDBusConnection bus{QString()};
+    QString privateConnectionName;  // empty when the port runs on the caller's connection
+    detail::MessagePortReceiver *receiver = nullptr;
+
+    ~Impl() {
+        if (receiver) {
+            bus.unregisterObject(kObjectPath);
+            if (bus.isConnected()) {
+                bus.interface()->unregisterService(busName(name));
+            }
+            // The callback may be what is destroying its own port; let it return first.
+            if (receiver->dispatching() || receiver->thread() != QThread::currentThread()) {
+                receiver->deleteLater();
+            } else {
+                delete receiver;
+            }
+        }
+        if (!privateConnectionName.isEmpty()) {
+            bus = QDBusConnection(QString());
+            QDBusConnection::disconnectFromBus(privateConnectionName);
+        }
+    }
+};
+
+LocalMessagePort::LocalMessagePort(std::unique_ptr<Impl> impl) : impl_(std::move(impl)) {}
+
+LocalMessagePort::~LocalMessagePort() = default;
+
+QString LocalMessagePort::name() const {
+    return impl_->name;
+}
+
+std::unique_ptr<LocalMessagePort> LocalMessagePort::create(const QString &name,
+                                                           PortCallback callback,
+                                                           const QDBusConnection &bus) {
+    DeferredPortCallback deferred;
+    if (callback) {
+        deferred = [callback = std::move(callback)](qint32 msgid, const QByteArray &data,
+                                                    const PortResponder &respond) {
+            respond(callback(msgid, data));
+        };
+    }
+    return createDeferred(name, std::move(deferred), bus);
+}
+
+std::unique_ptr<LocalMessagePort> LocalMessagePort::createDeferred(const QString &name,
+                                                                   DeferredPortCallback callback,
+                                                                   const QDBusConnection &bus) {
+    QThread *main = mainThread();
+    if (!main) {
+        qCWarning(lcMessagePort) << "port" << name << "needs a QCoreApplication";
+        return nullptr;
+    }
+    auto impl = std::make_unique<Impl>();
+    impl->name = name;
+    if (bus.name() == QDBusConnection::sessionBus().name()) {
+        static std::atomic_int serial{0};
+        impl->privateConnectionName =
+            QStringLiteral("tavix-port-%1-%2").arg(name).arg(serial.fetch_add(1));
+        impl->bus =
+            QDBusConnection::connectToBus(QDBusConnection::SessionBus, impl->privateConnectionName);
+    } else {
+        impl->bus = bus;
+    }
+    if (!impl->bus.isConnected()) {
+        qCWarning(lcMessagePort) << "port" << name
+                                 << "cannot reach the bus:" << impl->bus.lastError().message();
+        return nullptr;
+    }
+
+    auto *receiver = new detail::MessagePortReceiver(std::move(callback), ownUid(impl->bus));
+    new MessagePortAdaptor(receiver);
+    if (receiver->thread() != main) {
+        receiver->moveToThread(main);  // callbacks run on the main thread
+    }
+    if (!impl->bus.registerObject(kObjectPath, receiver, QDBusConnection::ExportAdaptors)) {
+        qCWarning(lcMessagePort) << "port" << name << "cannot export its object on this connection";
+        if (receiver->thread() == QThread::currentThread()) {
+            delete receiver;
+        } else {
+            receiver->deleteLater();
+        }
+        return nullptr;
+    }
+    impl->receiver = receiver;
+
+    QDBusReply<QDBusConnectionInterface::RegisterServiceReply> owned =
+        impl->bus.interface()->registerService(busName(name),
+                                               QDBusConnectionInterface::DontQueueService,
+                                               QDBusConnectionInterface::DontAllowReplacement);
+    if (!owned.isValid() || owned.value() != QDBusConnectionInterface::ServiceRegistered) {
+        qCInfo(lcMessagePort) << "port" << name << "is owned by another connection";
+        return nullptr;  // Impl's destructor unexports the object and closes the connection
+    }
+    return std::unique_ptr<LocalMessagePort>(new LocalMessagePort(std::move(impl)));
+}
+
+RemoteMessagePort::RemoteMessagePort(QString name, QString owner, QDBusConnection bus)
+    : name_(std::move(name)), owner_(std::move(owner)), bus_(std::move(bus)) {}
+
+std::optional<RemoteMessagePort> RemoteMessagePort::lookup(const QString &name,
+                                                           const QDBusConnection &bus) {
+    if (!bus.isConnected()) {
+        return std::nullopt;
+    }
+    QDBusMessage query = QDBusMessage::createMethodCall(
+        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
+        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("GetNameOwner"));
+    query << busName(name);
+    // The bus driver answers at once; Block (not BlockWithGui) so no event is handled meanwhile.
+    const QDBusMessage answer = bus.call(query, QDBus::Block, kBusDriverTimeoutMs);
+    if (answer.type() != QDBusMessage::ReplyMessage || answer.arguments().isEmpty()) {
+        return std::nullopt;
+    }
+    QString owner = answer.arguments().constFirst().toString();
+    if (owner.isEmpty()) {
+        return std::nullopt;
+    }
+    return RemoteMessagePort(name, std::move(owner), bus);
+}
+
+void RemoteMessagePort::sendRequest(qint32 msgid, const QByteArray &data, double sendTimeout,
+                                    double receiveTimeout, ReplyCallback onReply) const {
+    // Addressed to the owner found at lookup: a port that went away and came back is a new port.
+    MessagePortProxy proxy(owner_, kObjectPath, bus_);
+    proxy.setTimeout(timeoutMs(sendTimeout, receiveTimeout));
+    QDBusPendingReply<QByteArray> pending = proxy.SendRequest(msgid, data);
+    QThread *main = mainThread();
+    if (!onReply || !main) {
+        return;
+    }
+    auto *watcher = new QDBusPendingCallWatcher(pending);
+    QObject::connect(watcher, &QDBusPendingCallWatcher::finished, watcher,
+                     [onReply = std::move(onReply)](QDBusPendingCallWatcher *call) {
+                         QDBusPendingReply<QByteArray> reply = *call;
+                         PortReply outcome;
+                         outcome.ok = !reply.isError();
+                         if (outcome.ok) {
+                             outcome.reply = reply.value();
+                         }
+                         call->deleteLater();
+                         onReply(outcome);
+                     });
+    if (watcher->thread() != main) {
+        watcher->moveToThread(main);  // the outcome is handed over on the main thread
+    }
+}
+
+}  // namespace tavix

@@ -1,0 +1,37 @@
+// The object a local port exports at /io/tavix/MessagePort: the generated adaptor forwards each
+// SendRequest here, where the caller's uid is checked before the port's callback sees anything.
+#pragma once
+
+#include <QByteArray>
+#include <QDBusContext>
+#include <QHash>
+#include <QObject>
+#include <QString>
+
+#include "messageport.h"
+
+namespace tavix::detail {
+
+class MessagePortReceiver : public QObject, protected QDBusContext {
+    Q_OBJECT
+
+  public:
+    MessagePortReceiver(DeferredPortCallback callback, uint ownerUid);
+
+    // True while a request is being handed to the callback (the callback may destroy its port).
+    bool dispatching() const { return dispatching_ > 0; }
+
+  public Q_SLOTS:
+    QByteArray SendRequest(int msgid, const QByteArray &data);
+
+  private:
+    bool callerAllowed(const QString &sender);
+
+    DeferredPortCallback callback_;
+    uint ownerUid_;
+    // Unique bus names are never reused while the bus runs, so a sender's uid can be kept.
+    QHash<QString, uint> callerUids_;
+    int dispatching_ = 0;
+};
+
+}  // namespace tavix::detail
