@@ -15,4 +15,13 @@ class PageController {
     virtual void resetTabView() {}
 };
 
+// The Calibration page also answers the state monitor and the command port.
+class CalibrationPageController : public PageController {
+  public:
+    // Moves to the next simple calibration setting (driver message 8).
+    virtual void simpleCalibrationChange() = 0;
+    // Takes the page's modal window away after the monitor has ended the modal session.
+    virtual void hideModelWindow() = 0;
+};
+
 }  // namespace tavix

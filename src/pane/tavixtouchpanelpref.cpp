@@ -1,0 +1,374 @@
+#include "tavixtouchpanelpref.h"
+
+#include <QApplication>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QDialog>
+#include <QLabel>
+#include <QProcess>
+#include <QTabWidget>
+
+#include "calibration/calibrationviewclt.h"
+#include "globals.h"
+#include "hardwareinfo/hardwareinformationviewctl.h"
+#include "messageport.h"
+#include "panetranslations.h"
+#include "paths.h"
+#include "settings_store.h"
+#include "titleonlypage.h"
+#include "ui_tavixtouchpanelpref.h"
+#include "version/versionviewctl.h"
+
+namespace tavix {
+
+PageControllers makePageControllers(const PageWidgets &pages) {
+    PageControllers c;
+    c.calibrationVC_ = std::make_unique<CalibrationViewClt>(pages.calibration);
+    c.settingVC_ = std::make_unique<TitleOnlyPage>(pages.properties, "Page.properties");
+    c.hardwareInformationVC_ =
+        std::make_unique<HardwareInformationViewCtl>(pages.hardwareInformation);
+    c.VersionVC_ = std::make_unique<VersionViewCtl>(pages.version);
+    return c;
+}
+
+TavixTouchPanelPref::TavixTouchPanelPref() : TavixTouchPanelPref(Options{}) {}
+
+TavixTouchPanelPref::TavixTouchPanelPref(Options options) : options_(std::move(options)) {
+    ensurePaneTranslations();
+    if (!options_.controllerFactory) {
+        options_.controllerFactory = makePageControllers;
+    }
+}
+
+TavixTouchPanelPref::~TavixTouchPanelPref() {
+    {
+        std::lock_guard lock(monitorMutex_);
+        monitorStop_ = true;
+    }
+    monitorWake_.notify_all();
+    for (std::thread &thread : monitorThreads_) {
+        thread.join();
+    }
+    localPortForSBApp_.reset();
+    TavixTouchPanelPref *self = this;
+    _panelPref.compare_exchange_strong(self, nullptr);
+    // The controllers go before the view whose pages they built.
+    controllers_ = PageControllers{};
+    delete mainView_.data();
+}
+
+QWidget *TavixTouchPanelPref::loadMainView() {
+    if (mainView_) {
+        return mainView_;
+    }
+    auto *view = new QWidget;
+    ui_ = std::make_unique<Ui::TavixTouchPanelPref>();
+    ui_->setupUi(view);
+    mainView_ = view;
+    tabPopUp_ = ui_->tabPopUp_;
+    tabView_ = ui_->tabView_;
+    statusBarState_ = ui_->statusBarState_;
+    alertTextField_ = ui_->alertTextField_;
+    alertTextField_->hide();
+
+    controllers_ = options_.controllerFactory(PageWidgets{
+        ui_->calibrationPage, ui_->propertiesPage, ui_->hardwareInformationPage, ui_->versionPage});
+
+    // Connected after setupUi, so that building the tab view is not taken for a page change.
+    connect(tabView_, &QTabWidget::currentChanged, this, &TavixTouchPanelPref::onTabChanged);
+    connect(tabPopUp_, &QComboBox::activated, this, [this] { selectItem(tabPopUp_); });
+    connect(statusBarState_, &QCheckBox::clicked, this,
+            [this] { showOrHideStatusBarApp(statusBarState_); });
+    return view;
+}
+
+void TavixTouchPanelPref::mainViewDidLoad() {
+    loadMainView();
+    {
+        std::lock_guard lock(monitorMutex_);
+        monitorThreads_.emplace_back([this] { checkDeviceConnectStatus(); });
+    }
+    logVerbose("mainViewDidLoad");
+    controllers_.settingVC_->resetTabView();
+    controllers_.hardwareInformationVC_->resetTabView();
+
+    gModelType = 0;
+    gDriverEnable = false;
+    refreshState();
+    if (applyAvailability()) {
+        return;
+    }
+    disableSettingsForString(
+        localizedText(gModelType.load() == 0 ? "Alert.disconnect" : "Alert.driverDisable"));
+    // No page is checked in the pop-up while the pages are unusable.
+    tabPopUp_->setCurrentIndex(-1);
+}
+
+void TavixTouchPanelPref::willSelect() {
+    loadMainView();
+    logVerbose("willSelect");
+    const SettingsDict d = refreshState();
+    if (!applyAvailability() && gModelType.load() != 0) {
+        alertTextField_->setText(localizedText("Alert.driverDisable"));
+    }
+    _panelPref = this;
+    if (!localPortForSBApp_) {
+        localPortForSBApp_ = LocalMessagePort::create(
+            QString::fromLatin1(kPreferencePortName), [this](qint32 msgid, const QByteArray &data) {
+                return myProgressPortCallBack(msgid, data);
+            });
+    }
+    if (gModelType.load() == 0 || !gDriverEnable.load()) {
+        return;
+    }
+    statusBarIsShow_ = d.boolValue("isShowStatuMenu");
+    _currentItemIndex = static_cast<std::int32_t>(d.intValue("currentPageIndex"));
+    const std::int32_t index = _currentItemIndex.load();
+    controllerForIndex(index)->updateUIState();
+    statusBarState_->setChecked(statusBarIsShow_);
+    tabView_->setCurrentIndex(index);
+    tabPopUp_->setCurrentIndex(_currentItemIndex.load());
+}
+
+void TavixTouchPanelPref::willUnselect() {
+    unselectedView();
+    localPortForSBApp_.reset();
+}
+
+void TavixTouchPanelPref::unselectedView() {
+    if (!mainView_) {
+        return;
+    }
+    controllers_.calibrationVC_->unselectedView();
+    controllers_.hardwareInformationVC_->unselectedView();
+}
+
+SettingsDict TavixTouchPanelPref::refreshState() {
+    SettingsDict d = readUtilitiesDictionary();
+    verboseLog = d.boolValue("VerboseLog");
+    gModelType = static_cast<std::int32_t>(d.intValue("currentDeviceType"));
+    gDriverEnable = d.boolValue("DriverEnable");
+    return d;
+}
+
+bool TavixTouchPanelPref::applyAvailability() {
+    const bool usable = gModelType.load() != 0 && gDriverEnable.load();
+    tabView_->setVisible(usable);
+    statusBarState_->setVisible(usable);
+    tabPopUp_->setVisible(usable);
+    alertTextField_->setVisible(!usable);
+    return usable;
+}
+
+void TavixTouchPanelPref::disableSettingsForString(const QString &text) {
+    tabView_->hide();
+    statusBarState_->hide();
+    tabPopUp_->hide();
+    alertTextField_->show();
+    alertTextField_->setText(text);
+}
+
+PageController *TavixTouchPanelPref::controllerForIndex(std::int32_t index) const {
+    switch (index) {
+        case 0:
+            return controllers_.calibrationVC_.get();
+        case 1:
+            return controllers_.settingVC_.get();
+        case 2:
+            return controllers_.hardwareInformationVC_.get();
+        default:
+            return controllers_.VersionVC_.get();
+    }
+}
+
+void TavixTouchPanelPref::onTabChanged(int index) {
+    tabViewWillSelectTabViewItem(index);
+    // The pop-up mirrors the tab view when the user picks a tab directly (while no panel is
+    // known the change is not taken up, and the pop-up stays as it is).
+    if (gModelType.load() != 0 && tabPopUp_->currentIndex() != index) {
+        tabPopUp_->setCurrentIndex(index);
+    }
+}
+
+void TavixTouchPanelPref::tabViewWillSelectTabViewItem(int index) {
+    if (gModelType.load() == 0) {
+        gModelType =
+            static_cast<std::int32_t>(readUtilitiesDictionary().intValue("currentDeviceType"));
+        if (gModelType.load() == 0) {
+            return;
+        }
+    }
+    _currentItemIndex = index;
+    saveItemToInfoPlistForKey(PlistValue(index), "currentPageIndex");
+    CalibrationPageController &calibration = *controllers_.calibrationVC_;
+    PageController &hardware = *controllers_.hardwareInformationVC_;
+    switch (index) {
+        case 0:
+            calibration.updateUIState();
+            hardware.unselectedView();
+            break;
+        case 1:
+            controllers_.settingVC_->updateUIState();
+            calibration.unselectedView();
+            hardware.unselectedView();
+            break;
+        case 2:
+            calibration.unselectedView();
+            hardware.updateUIState();
+            break;
+        default:
+            calibration.unselectedView();
+            hardware.unselectedView();
+            controllers_.VersionVC_->updateUIState();
+            break;
+    }
+}
+
+void TavixTouchPanelPref::selectItem(QComboBox *sender) {
+    tabView_->setCurrentIndex(sender->currentIndex());
+}
+
+void TavixTouchPanelPref::selectView(std::int32_t index) {
+    _currentItemIndex = index;
+    tabView_->setCurrentIndex(index);
+    tabPopUp_->setCurrentIndex(_currentItemIndex.load());
+}
+
+void TavixTouchPanelPref::doNextSimpleCalibration() {
+    controllers_.calibrationVC_->simpleCalibrationChange();
+}
+
+void TavixTouchPanelPref::saveItemToInfoPlistForKey(const PlistValue &value,
+                                                    const std::string &key) {
+    if (saveItemToInfoPlist(value, key)) {
+        logVerbose("save OK");
+    }
+}
+
+void TavixTouchPanelPref::showOrHideStatusBarApp(QCheckBox *sender) {
+    if (sender->checkState() == Qt::Checked) {
+        statusBarIsShow_ = true;
+        // A utility that is not installed simply does not start.
+        QProcess::startDetached(QString::fromStdString(utilitiesAppInStatusBarFullPath()), {});
+    } else {
+        statusBarIsShow_ = false;
+        if (const auto port = RemoteMessagePort::lookup(QString::fromLatin1(kStatusBarPortName))) {
+            port->sendRequest(kStatusBarQuitMsgId, QByteArrayLiteral("SBQT"), 1.0, 1.0);
+        }
+    }
+    saveItemToInfoPlist(PlistValue(statusBarIsShow_), "isShowStatuMenu");
+}
+
+void TavixTouchPanelPref::hideStatusBar() {
+    statusBarIsShow_ = false;
+    if (statusBarState_ != nullptr) {
+        statusBarState_->setChecked(false);
+    }
+    saveItemToInfoPlist(PlistValue(false), "isShowStatuMenu");
+}
+
+QByteArray TavixTouchPanelPref::myProgressPortCallBack(qint32 msgid, const QByteArray &data) {
+    Q_UNUSED(msgid)
+    // Every sender sends at least the code byte; an empty message carries no code.
+    if (data.isEmpty() || !mainView_) {
+        return {};
+    }
+    const auto code = static_cast<std::uint8_t>(data.at(0));
+    const SettingsDict d = readUtilitiesDictionary();
+    gModelType = static_cast<std::int32_t>(d.intValue("currentDeviceType"));
+    gDriverEnable = d.boolValue("DriverEnable");
+
+    switch (code) {
+        case 0:
+        case 1:
+        case 2:
+        case COMMAND_SELECT_PAGE_3:
+            if (gModelType.load() != 0) {
+                if (TavixTouchPanelPref *pane = _panelPref.load()) {
+                    pane->selectView(code);
+                }
+            }
+            break;
+        case COMMAND_DEVICE_CONNECT:
+            if (gModelType.load() != 0) {
+                willSelect();
+            }
+            break;
+        case COMMAND_DEVICE_DISCONNECT:
+            if (gModelType.load() == 0) {
+                disableSettingsForString(localizedText("Alert.disconnect"));
+                unselectedView();
+            }
+            break;
+        case COMMAND_RELOAD:
+        case COMMAND_RELOAD_2:
+            willSelect();
+            break;
+        case COMMAND_DRIVER_DISABLE:
+            logVerbose(" device  COMMAND_DRIVER_DISABLE ");
+            disableSettingsForString(
+                localizedText(gModelType.load() != 0 ? "Alert.driverDisable" : "Alert.disconnect"));
+            unselectedView();
+            break;
+        case COMMAND_NEXT_SIMPLE_CALIBRATION:
+            doNextSimpleCalibration();
+            break;
+        default:
+            break;
+    }
+    return {};
+}
+
+void TavixTouchPanelPref::checkDeviceConnectStatus() {
+    std::unique_lock lock(monitorMutex_);
+    while (!monitorStop_) {
+        lock.unlock();
+        monitorPass();
+        lock.lock();
+        monitorWake_.wait_for(lock, options_.monitorPeriod, [this] { return monitorStop_; });
+    }
+}
+
+void TavixTouchPanelPref::monitorPass() {
+    SettingsDict d = readUtilitiesDictionary();
+    verboseLog = d.boolValue("VerboseLog");
+    gModelType = static_cast<std::int32_t>(d.intValue("currentDeviceType"));
+
+    // Only exactly true counts as a refresh request; it is written back as false.
+    const PlistValue *refresh = d.find("RefreshCalibrationType");
+    if (refresh != nullptr && refresh->isNumber() && refresh->toDouble() == 1.0) {
+        d.set("RefreshCalibrationType", false);
+        saveSettingItemsToPlist(d, getUilitiesFilePath());
+        QMetaObject::invokeMethod(
+            this, [this] { controllers_.calibrationVC_->updateUIState(); }, Qt::QueuedConnection);
+    }
+
+    // A modal window stays only while the panel, the driver and the page in use still hold.
+    const bool keep = gModelType.load() != 0 && d.boolValue("DriverEnable") &&
+                      d.intValue("currentPageIndex") == _currentItemIndex.load();
+    if (!keep) {
+        QMetaObject::invokeMethod(
+            this, [this] { endModalWindow(); }, Qt::QueuedConnection);
+    }
+    QMetaObject::invokeMethod(
+        this, [this] { emit statePolled(); }, Qt::QueuedConnection);
+}
+
+void TavixTouchPanelPref::endModalWindow() {
+    QWidget *modal = QApplication::activeModalWidget();
+    if (modal == nullptr) {
+        return;
+    }
+    if (auto *dialog = qobject_cast<QDialog *>(modal)) {
+        dialog->done(QDialog::Rejected);
+    } else {
+        modal->close();
+    }
+    if (mainView_) {
+        mainView_->window()->raise();
+        mainView_->window()->activateWindow();
+    }
+    controllers_.calibrationVC_->hideModelWindow();
+}
+
+}  // namespace tavix

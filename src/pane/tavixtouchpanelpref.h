@@ -1,0 +1,155 @@
+// The pane shell: the main view with its four pages, the life-cycle calls of the host, page
+// navigation, the background watch over the shared state file, the local command port
+// "preferenceCommend" and the status-bar utility switch.
+#pragma once
+
+#include <QObject>
+#include <QPointer>
+
+#include <chrono>
+#include <condition_variable>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "pagecontroller.h"
+#include "preferencepane.h"
+#include "settings_dict.h"
+
+class QCheckBox;
+class QComboBox;
+class QLabel;
+class QTabWidget;
+class QWidget;
+
+namespace Ui {
+class TavixTouchPanelPref;
+}
+
+namespace tavix {
+
+class LocalMessagePort;
+
+// The tab pages, in page-index order, inside which the controllers build their pages.
+struct PageWidgets {
+    QWidget *calibration = nullptr;
+    QWidget *properties = nullptr;
+    QWidget *hardwareInformation = nullptr;
+    QWidget *version = nullptr;
+};
+
+// The four page controllers, owned by the pane.
+struct PageControllers {
+    std::unique_ptr<CalibrationPageController> calibrationVC_;
+    std::unique_ptr<PageController> settingVC_;
+    std::unique_ptr<PageController> hardwareInformationVC_;
+    std::unique_ptr<PageController> VersionVC_;
+};
+
+using PageControllerFactory = std::function<PageControllers(const PageWidgets &pages)>;
+
+// The controllers of the shipped pane.
+PageControllers makePageControllers(const PageWidgets &pages);
+
+// Message codes received on "preferenceCommend" (the first byte of each message).
+enum PreferenceCommand : std::uint8_t {
+    COMMAND_SELECT_PAGE_0 = 0,  // 0 to 3: COMMAND_SELECT_PAGE with the page index
+    COMMAND_SELECT_PAGE_3 = 3,
+    COMMAND_DEVICE_CONNECT = 4,
+    COMMAND_DEVICE_DISCONNECT = 5,
+    COMMAND_RELOAD = 6,
+    COMMAND_DRIVER_DISABLE = 7,
+    COMMAND_NEXT_SIMPLE_CALIBRATION = 8,
+    COMMAND_RELOAD_2 = 9,
+};
+
+inline constexpr char kPreferencePortName[] = "preferenceCommend";
+inline constexpr char kStatusBarPortName[] = "TTSB";
+inline constexpr qint32 kStatusBarQuitMsgId = 0x53425154;  // 'SBQT'
+
+class TavixTouchPanelPref : public QObject, public PreferencePane {
+    Q_OBJECT
+    Q_INTERFACES(tavix::PreferencePane)
+
+  public:
+    struct Options {
+        // Period of the state monitor (one pass, then this long a pause).
+        std::chrono::milliseconds monitorPeriod{1000};
+        // Creates the four page controllers; empty means makePageControllers.
+        PageControllerFactory controllerFactory;
+    };
+
+    TavixTouchPanelPref();
+    explicit TavixTouchPanelPref(Options options);
+    ~TavixTouchPanelPref() override;
+
+    // PreferencePane
+    QWidget *loadMainView() override;
+    void mainViewDidLoad() override;
+    void willSelect() override;
+    void willUnselect() override;
+
+    // Tells the Calibration and Hardware information pages that they are no longer in use.
+    void unselectedView();
+    // Selects a page from code: tab view and pop-up.
+    void selectView(std::int32_t index);
+    // Action of the pop-up: selects the tab at the pop-up's selected index.
+    void selectItem(QComboBox *sender);
+    // Delegate of the tab view, before a page becomes the selected one.
+    void tabViewWillSelectTabViewItem(int index);
+    void doNextSimpleCalibration();
+    // One-key update of the shared state file; logs "save OK" after a successful write.
+    void saveItemToInfoPlistForKey(const PlistValue &value, const std::string &key);
+    // Replaces the pages by the alert text.
+    void disableSettingsForString(const QString &text);
+    // Action of the status-bar check box: starts or quits the status-bar utility.
+    void showOrHideStatusBarApp(QCheckBox *sender);
+    // Switches the status-bar setting off without quitting the utility.
+    void hideStatusBar();
+
+    // The port callback: the first byte of data is the code; nothing is ever replied.
+    QByteArray myProgressPortCallBack(qint32 msgid, const QByteArray &data);
+
+    bool statusBarIsShow() const { return statusBarIsShow_; }
+    bool hasCommandPort() const { return localPortForSBApp_ != nullptr; }
+
+  signals:
+    // Emitted on the main thread after each pass of the state monitor, once that pass's calls
+    // into the pages have run.
+    void statePolled();
+
+  private:
+    // The state monitor's thread body; runs until the pane is destroyed.
+    void checkDeviceConnectStatus();
+    void monitorPass();
+    // Main thread: ends the application's modal window, if one is up.
+    void endModalWindow();
+    // Reads the shared state file into the globals; returns what it read.
+    SettingsDict refreshState();
+    // Shows the pages (true) or the alert text (false); returns whether usable.
+    bool applyAvailability();
+    PageController *controllerForIndex(std::int32_t index) const;
+    void onTabChanged(int index);
+
+    Options options_;
+    bool statusBarIsShow_ = false;
+    QPointer<QWidget> mainView_;
+    std::unique_ptr<Ui::TavixTouchPanelPref> ui_;
+    QComboBox *tabPopUp_ = nullptr;
+    QTabWidget *tabView_ = nullptr;
+    QCheckBox *statusBarState_ = nullptr;
+    QLabel *alertTextField_ = nullptr;
+    PageControllers controllers_;
+    std::unique_ptr<LocalMessagePort> localPortForSBApp_;
+
+    std::mutex monitorMutex_;
+    std::condition_variable monitorWake_;
+    bool monitorStop_ = false;
+    std::vector<std::thread> monitorThreads_;
+};
+
+}  // namespace tavix
