@@ -77,6 +77,8 @@ class BinaryPlistCheck {
         }
         objectCount_ = count;
         state_.assign(count, kUnvisited);
+        roles_.assign(count, 0);
+        roles_[root] = kValueRole;
         depth_.assign(count, 0);
         nodes_.assign(count, 0);
         return visit(root, 1) && depth_[root] <= static_cast<std::uint64_t>(kMaxPlistDepth);
@@ -84,6 +86,7 @@ class BinaryPlistCheck {
 
   private:
     static constexpr std::uint8_t kUnvisited = 0, kActive = 1, kDone = 2;
+    static constexpr std::uint8_t kKeyRole = 1, kValueRole = 2;
     static constexpr std::uint64_t kMaxNodes = 1u << 20;
 
     std::uint8_t byte(std::size_t at) const { return static_cast<std::uint8_t>(data_[at]); }
@@ -94,6 +97,62 @@ class BinaryPlistCheck {
             value = (value << 8) | byte(at + i);
         }
         return value;
+    }
+
+    // The element count of the object at offset (from its marker, or the integer that follows
+    // it) and where its contents start.
+    bool readCount(std::uint64_t offset, std::uint64_t &count, std::uint64_t &start) const {
+        count = byte(offset) & 0x0F;
+        start = offset + 1;
+        if (count != 0x0F) {
+            return true;
+        }
+        if (start >= tableOffset_ || (byte(start) >> 4) != 0x1 || (byte(start) & 0x0F) > 3) {
+            return false;
+        }
+        std::size_t width = std::size_t{1} << (byte(start) & 0x03);
+        if (start + 1 + width > tableOffset_) {
+            return false;
+        }
+        count = bigEndian(start + 1, width);
+        start += 1 + width;
+        return true;
+    }
+
+    // Strings must lie inside the object area and hold no NUL (the library asserts on one);
+    // UTF-16 text must also be well formed.
+    bool stringIsClean(std::uint64_t offset, std::uint8_t type) const {
+        std::uint64_t count = 0, start = 0;
+        if (!readCount(offset, count, start)) {
+            return false;
+        }
+        const std::uint64_t unit = type == 0x6 ? 2 : 1;
+        if (count > tableOffset_ || (tableOffset_ - start) / unit < count) {
+            return false;
+        }
+        bool expectLow = false;
+        for (std::uint64_t i = 0; i < count; ++i) {
+            std::uint64_t c = bigEndian(start + i * unit, unit);
+            bool high = unit == 2 && c >= 0xD800 && c <= 0xDBFF;
+            bool low = unit == 2 && c >= 0xDC00 && c <= 0xDFFF;
+            if (c == 0 || (unit == 1 && c >= 0x80) || low != expectLow || (expectLow && high)) {
+                return false;
+            }
+            expectLow = high;
+        }
+        return !expectLow;
+    }
+
+    // Dictionary keys must be ASCII strings (every key this system uses is), and an object
+    // serving as a key must serve as nothing else: the library asserts on a key that is not a
+    // string or whose UTF-16 text it cannot convert, so such files are refused.
+    bool isString(std::uint64_t object) const {
+        std::uint64_t offset = bigEndian(tableOffset_ + object * offsetSize_, offsetSize_);
+        if (offset < 8 || offset >= tableOffset_) {
+            return false;
+        }
+        std::uint8_t type = byte(offset) >> 4;
+        return type == 0x5;
     }
 
     bool visit(std::uint64_t object, int level) {
@@ -114,19 +173,14 @@ class BinaryPlistCheck {
         std::uint8_t marker = byte(offset);
         std::uint8_t type = marker >> 4;
         std::uint64_t depth = 0, nodes = 1;
-        if (type == 0xA || type == 0xB || type == 0xC || type == 0xD) {
-            std::uint64_t count = marker & 0x0F;
-            std::uint64_t refs = offset + 1;
-            if (count == 0x0F) {
-                if (refs >= tableOffset_ || (byte(refs) >> 4) != 0x1) {
-                    return false;
-                }
-                std::size_t width = std::size_t{1} << (byte(refs) & 0x03);
-                if ((byte(refs) & 0x0F) > 3 || refs + 1 + width > tableOffset_) {
-                    return false;
-                }
-                count = bigEndian(refs + 1, width);
-                refs += 1 + width;
+        if (type == 0x5 || type == 0x6) {
+            if (!stringIsClean(offset, type)) {
+                return false;
+            }
+        } else if (type == 0xA || type == 0xB || type == 0xC || type == 0xD) {
+            std::uint64_t count = 0, refs = 0;
+            if (!readCount(offset, count, refs)) {
+                return false;
             }
             std::uint64_t refCount = type == 0xD ? count * 2 : count;
             if (count > tableOffset_ || (tableOffset_ - refs) / refSize_ < refCount) {
@@ -134,7 +188,13 @@ class BinaryPlistCheck {
             }
             for (std::uint64_t i = 0; i < refCount; ++i) {
                 std::uint64_t child = bigEndian(refs + i * refSize_, refSize_);
-                if (child >= objectCount_ || !visit(child, level + 1)) {
+                if (child >= objectCount_) {
+                    return false;
+                }
+                const bool isKey = type == 0xD && i < count;
+                roles_[child] |= isKey ? kKeyRole : kValueRole;
+                if ((isKey && !isString(child)) || roles_[child] == (kKeyRole | kValueRole) ||
+                    !visit(child, level + 1)) {
                     return false;
                 }
                 depth = std::max(depth, depth_[child]);
@@ -154,7 +214,7 @@ class BinaryPlistCheck {
     const std::string &data_;
     std::size_t offsetSize_ = 0, refSize_ = 0;
     std::uint64_t tableOffset_ = 0, objectCount_ = 0;
-    std::vector<std::uint8_t> state_;
+    std::vector<std::uint8_t> state_, roles_;
     std::vector<std::uint64_t> depth_, nodes_;
 };
 

@@ -324,6 +324,17 @@ TEST_F(StoreTest, HostileBinaryGraphsAreRefused) {
         {"self-referencing array", {std::string("\xD1\x01\x02", 3), key, "\xA1\x02"}, false},
         {"reference out of range", {std::string("\xD1\x01\x09", 3), key, "\x09"}, false},
         {"count past the table", {std::string("\xD1\x01\x02", 3), key, "\xAE\x02"}, false},
+        {"key that is not a string", {std::string("\xD1\x02\x01", 3), key, "\x09"}, false},
+        {"key reused as a value", {std::string("\xD1\x01\x01", 3), key}, false},
+        {"NUL inside a string",
+         {std::string("\xD1\x01\x02", 3), key, std::string("\x52\x61\x00", 3)},
+         false},
+        {"UTF-16 lone surrogate",
+         {std::string("\xD1\x01\x02", 3), key, std::string("\x61\xD8\x00", 3)},
+         false},
+        {"UTF-16 text",
+         {std::string("\xD1\x01\x02", 3), key, std::string("\x61\x00\xE9", 3)},
+         true},
     };
     // A chain of arrays deeper than the limit, and a doubling graph whose tree form explodes.
     Case deep{"deep chain", {std::string("\xD1\x01\x02", 3), key}, false};
