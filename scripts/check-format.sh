@@ -4,8 +4,10 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 mapfile -t files < <(git ls-files '*.cpp' '*.h' 2>/dev/null)
 [ ${#files[@]} -eq 0 ] && exit 0
-if ! clang-format --dry-run -Werror "${files[@]}" 2>/tmp/tavix-format.log; then
+log=$(mktemp)
+trap 'rm -f "$log"' EXIT
+if ! clang-format --dry-run -Werror "${files[@]}" 2>"$log"; then
   echo "clang-format would change these files:" >&2
-  grep -oE '^[^:]+' /tmp/tavix-format.log | sort -u >&2
+  grep -oE '^[^ :]+\.(cpp|h):[0-9]+' "$log" | cut -d: -f1 | sort -u >&2
   exit 1
 fi
