@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstdio>
 #include <limits>
+#include <optional>
 #include <string>
 
 namespace tavix {
@@ -145,6 +146,27 @@ TEST(CommandsTest, DecodeRefusesMalformedMessages) {
         EXPECT_FALSE(decodeCommand(c.bytes)) << c.label;
     }
     EXPECT_FALSE(decodeCommand(nullptr, 3));
+}
+
+TEST(CommandsTest, HardwareTypeIsTheFirstFourReplyBytes) {
+    struct Case {
+        const char *label;
+        Bytes reply;
+        std::optional<std::int32_t> expected;
+    };
+    const Case cases[] = {
+        {"317", {0x3D, 0x01, 0x00, 0x00}, 317},
+        {"259, longer reply", {0x03, 0x01, 0x00, 0x00, 0xAA, 0xBB}, 259},
+        {"high byte last", {0x00, 0x00, 0x00, 0x01}, 0x01000000},
+        {"negative", {0xFF, 0xFF, 0xFF, 0xFF}, -1},
+        {"most negative", {0x00, 0x00, 0x00, 0x80}, INT32_MIN},
+        {"three bytes", {0x3D, 0x01, 0x00}, std::nullopt},
+        {"empty", {}, std::nullopt},
+    };
+    for (const auto &c : cases) {
+        EXPECT_EQ(decodeHardwareType(c.reply.data(), c.reply.size()), c.expected) << c.label;
+    }
+    EXPECT_EQ(decodeHardwareType(nullptr, 4), std::nullopt);
 }
 
 TEST(CommandsDeathTest, BuilderWithTheWrongWidthIsCaughtInDebugBuilds) {
