@@ -54,7 +54,8 @@ class TestViewTest : public QObject {
                 case Kind::Press:
                     QTest::mousePress(view_.get(), Qt::LeftButton, {}, step.at);
                     break;
-                case Kind::SecondPress:  // what a widget gets for the second press of a double click
+                case Kind::SecondPress:  // what a widget gets for the second press of a double
+                                         // click
                     QTest::mouseDClick(view_.get(), Qt::LeftButton, {}, step.at);
                     break;
                 case Kind::Release:
@@ -88,11 +89,11 @@ class TestViewTest : public QObject {
         QTest::addColumn<double>("range");
         QTest::addColumn<QRectF>("square");  // origin at the lower left
         QTest::addColumn<QRectF>("inWidget");
-        QTest::newRow("square view") << QSize(200, 200) << 64.0 << QRectF(68, 68, 64, 64)
-                                     << QRectF(68, 68, 64, 64);
+        QTest::newRow("square view")
+            << QSize(200, 200) << 64.0 << QRectF(68, 68, 64, 64) << QRectF(68, 68, 64, 64);
         // The vertical origin comes from the width too: the circle hangs off the top.
-        QTest::newRow("wide view") << QSize(200, 100) << 64.0 << QRectF(68, 68, 64, 64)
-                                   << QRectF(68, -32, 64, 64);
+        QTest::newRow("wide view")
+            << QSize(200, 100) << 64.0 << QRectF(68, 68, 64, 64) << QRectF(68, -32, 64, 64);
         QTest::newRow("range wider than view")
             << QSize(100, 100) << 128.0 << QRectF(-14, -14, 128, 128) << QRectF(-14, -14, 128, 128);
     }
@@ -157,8 +158,8 @@ class TestViewTest : public QObject {
         QTest::newRow("release after 2.0 s") << doubleClick(1.9, 2.1, c) << false << 0.3;
         // A second press after 2.0 s starts a new attempt, timed from that press.
         QTest::newRow("late second press starts over")
-            << QList<Step>{{0.0, Kind::Press, c},     {0.1, Kind::Release, c},
-                           {2.5, Kind::Press, c},     {2.6, Kind::Release, c},
+            << QList<Step>{{0.0, Kind::Press, c},       {0.1, Kind::Release, c},
+                           {2.5, Kind::Press, c},       {2.6, Kind::Release, c},
                            {2.8, Kind::SecondPress, c}, {3.1, Kind::Release, c}}
             << true << 3.1 - 2.5;
         QTest::newRow("second release outside ends the attempt")

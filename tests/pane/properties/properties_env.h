@@ -1,0 +1,90 @@
+// Shared set-up of the Properties page tests: temporary HOME and system Library folder, the
+// page's English string table, and a fake daemon on the bus that records every command.
+#pragma once
+
+#include <QByteArray>
+#include <QCoreApplication>
+#include <QDBusConnection>
+#include <QDir>
+#include <QStringList>
+#include <QTemporaryDir>
+#include <QTranslator>
+#include <QtTest/QTest>
+
+#include <memory>
+
+#include "commands.h"
+#include "daemonchannel.h"
+#include "messageport.h"
+
+namespace tavix::test {
+
+// Points HOME and TAVIX_SYSTEM_LIBRARY at fresh temporary folders for the life of the object.
+class TempRoots {
+  public:
+    TempRoots() {
+        home_ = dir_.filePath(QStringLiteral("home"));
+        QDir().mkpath(home_);
+        QDir().mkpath(dir_.filePath(QStringLiteral("system/Library")));
+        qputenv("HOME", home_.toLocal8Bit());
+        qputenv("TAVIX_SYSTEM_LIBRARY",
+                dir_.filePath(QStringLiteral("system/Library")).toLocal8Bit());
+    }
+    bool isValid() const { return dir_.isValid(); }
+    QString home() const { return home_; }
+
+  private:
+    QTemporaryDir dir_;
+    QString home_;
+};
+
+// Installs the page's string table as the pane's loader does: English first, then a language.
+inline std::unique_ptr<QTranslator> installTranslator(const QString &language) {
+    auto translator = std::make_unique<QTranslator>();
+    if (!translator->load(QStringLiteral(":/i18n/properties_%1.qm").arg(language))) {
+        return nullptr;
+    }
+    QCoreApplication::installTranslator(translator.get());
+    return translator;
+}
+
+// The daemon's port on its own bus connection, recording each command as "01 2D 00".
+class RecordingDaemon {
+  public:
+    bool start() {
+        bus_ = std::make_unique<QDBusConnection>(
+            QDBusConnection::connectToBus(QDBusConnection::SessionBus, QStringLiteral("daemon")));
+        port_ = LocalMessagePort::create(
+            QString::fromLatin1(kDaemonPortName),
+            [this](qint32 msgid, const QByteArray &data) {
+                received.append(msgid == 0 ? QString::fromLatin1(data.toHex(' ').toUpper())
+                                           : QStringLiteral("msgid %1").arg(msgid));
+                return QByteArray();
+            },
+            *bus_);
+        return port_ != nullptr;
+    }
+    void stop() { port_.reset(); }
+
+    QStringList received;
+
+  private:
+    std::unique_ptr<QDBusConnection> bus_;
+    std::unique_ptr<LocalMessagePort> port_;
+};
+
+// A command no page sends, used to prove that nothing else was sent before it: sends keep
+// their order, so once the marker has arrived everything sent earlier has arrived too.
+inline const QString kMarker = QStringLiteral("20");
+inline void sendMarker() {
+    SendDataToRemotePort(makeCommand(COMMAND_STOP_CHECK));
+}
+
+inline QString hex(const Bytes &bytes) {
+    return QString::fromLatin1(QByteArray(reinterpret_cast<const char *>(bytes.data()),
+                                          static_cast<qsizetype>(bytes.size()))
+                                   .toHex(' ')
+                                   .toUpper());
+}
+
+}  // namespace tavix::test
