@@ -306,16 +306,46 @@ class ShellTest : public QObject {
         QVERIFY(version != nullptr);
         QCOMPARE(version->text(), QStringLiteral("5.6.7"));
         QCOMPARE(tabView()->currentIndex(), 3);
-        for (const char *name : {"tabView_", "tabPopUp_", "statusBarState_", "alertTextField_"}) {
-            auto *widget = view->findChild<QWidget *>(QString::fromLatin1(name));
-            QVERIFY2(widget != nullptr, name);
-            QVERIFY2(!widget->accessibleName().isEmpty(), name);
-            QVERIFY2(!widget->accessibleName().startsWith(QStringLiteral("Accessible.")), name);
+        // Every text of the interface files comes from the string table.
+        const QList<QPair<QWidget *, const char *>> accessible{
+            {tabView(), "Accessible.tabView"},
+            {popUp(), "Accessible.tabPopUp"},
+            {checkBox(), "Accessible.statusBarState"},
+            {alert(), "Accessible.alertTextField"},
+            {version, "Accessible.versionText"}};
+        for (const auto &[widget, key] : accessible) {
+            QVERIFY2(widget != nullptr, key);
+            QCOMPARE(widget->accessibleName(), localizedText(key));
+            QVERIFY2(widget->accessibleName() != QLatin1String(key), key);
         }
+        const char *titles[] = {"Page.calibration", "Page.properties", "Page.hardwareInformation",
+                                "Page.version"};
         for (int i = 0; i < 4; ++i) {
-            QCOMPARE(tabView()->tabText(i), popUp()->itemText(i));
-            QVERIFY(!tabView()->tabText(i).startsWith(QStringLiteral("Page.")));
+            QCOMPARE(tabView()->tabText(i), localizedText(titles[i]));
+            QCOMPARE(popUp()->itemText(i), localizedText(titles[i]));
+            QVERIFY(tabView()->tabText(i) != QLatin1String(titles[i]));
         }
+        QCOMPARE(checkBox()->text(), localizedText("StatusBar.show"));
+        auto *caption = view->findChild<QLabel *>(QStringLiteral("versionCaption_"));
+        QVERIFY(caption != nullptr);
+        QCOMPARE(caption->text(), localizedText("Version.driverVersion"));
+        QVERIFY(caption->text() != QStringLiteral("Version.driverVersion"));
+    }
+
+    // The same view in German: the texts of the interface files follow the locale.
+    void interfaceTextsInGerman() {
+        installPaneTranslations(QLocale(QLocale::German));
+        writeUtilities(utilities(317, true, 0));
+        pane_ = std::make_unique<TavixTouchPanelPref>();
+        pane_->loadMainView();
+        QCOMPARE(tabView()->tabText(0), QStringLiteral("Kalibrierung"));
+        QCOMPARE(popUp()->itemText(2), QStringLiteral("Hardware-Informationen"));
+        QCOMPARE(checkBox()->accessibleName(), QStringLiteral("Menü in der Statusleiste"));
+        auto *caption =
+            pane_->loadMainView()->findChild<QLabel *>(QStringLiteral("versionCaption_"));
+        QVERIFY(caption != nullptr);
+        QCOMPARE(caption->text(), QStringLiteral("Treiberversion:"));
+        installPaneTranslations(QLocale(QLocale::English));
     }
 
   private:
