@@ -7,8 +7,8 @@
 #include <filesystem>
 #include <functional>
 #include <map>
-#include <optional>
 #include <memory>
+#include <optional>
 #include <regex>
 #include <set>
 #include <string>
