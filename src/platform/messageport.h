@@ -57,13 +57,15 @@ class LocalMessagePort {
 
 class RemoteMessagePort {
   public:
-    // A port exists while its name has an owner; nullopt otherwise.
+    // A port exists while its name has an owner; nullopt otherwise. Asks the bus itself (a
+    // short blocking query that never waits on the port's owner).
     static std::optional<RemoteMessagePort> lookup(
         const QString &name, const QDBusConnection &bus = QDBusConnection::sessionBus());
 
-    // Sends one request and returns at once; the call's time-out is sendTimeout + receiveTimeout
-    // seconds. Requests from one thread keep their order. onReply, when given, runs on the main
-    // thread with the outcome. Safe to call from any thread.
+    // Sends one request to the owner found at lookup (a port that went away and came back is
+    // a different port: the request then fails) and returns at once; the call's time-out is
+    // sendTimeout + receiveTimeout seconds. Requests from one thread keep their order. onReply,
+    // when given, runs on the main thread with the outcome. Safe to call from any thread.
     void sendRequest(qint32 msgid, const QByteArray &data, double sendTimeout,
                      double receiveTimeout, ReplyCallback onReply = {}) const;
 

@@ -91,16 +91,12 @@ void PanelSimulator::note(const QString &text) const {
 }
 
 bool PanelSimulator::start(QString *error) {
-    port_ = LocalMessagePort::createDeferred(
-        QString::fromLatin1(kDaemonPortName),
-        [this](qint32, const QByteArray &data, PortResponder respond) {
-            onCommand(data, respond);
-        });
-    if (!port_) {
-        *error = QStringLiteral(
-                     "the port \"%1\" is taken by another process (or there is no "
-                     "session bus)")
-                     .arg(QString::fromLatin1(kDaemonPortName));
+    const QString portName = QString::fromLatin1(kDaemonPortName);
+    const QString taken =
+        QStringLiteral("the port \"%1\" is taken by another process").arg(portName);
+    // Nothing is written while another daemon is running.
+    if (RemoteMessagePort::lookup(portName)) {
+        *error = taken;
         return false;
     }
     if (!options_.logPath.isEmpty()) {
@@ -108,7 +104,6 @@ bool PanelSimulator::start(QString *error) {
         if (!log_.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Text)) {
             *error = QStringLiteral("cannot write the log %1: %2")
                          .arg(options_.logPath, log_.errorString());
-            port_.reset();
             return false;
         }
     }
@@ -127,6 +122,15 @@ bool PanelSimulator::start(QString *error) {
                  .arg(QString::fromStdString(getUilitiesFilePath())));
     }
     readSettingItemsFromPlist(getSettingsFilePath(options_.modelType));
+    // The port comes last: whoever sees it owned finds the files in place.
+    port_ = LocalMessagePort::createDeferred(
+        portName, [this](qint32, const QByteArray &data, PortResponder respond) {
+            onCommand(data, respond);
+        });
+    if (!port_) {
+        *error = taken + QStringLiteral(" (or there is no session bus)");
+        return false;
+    }
     return true;
 }
 

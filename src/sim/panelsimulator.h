@@ -34,9 +34,9 @@ class PanelSimulator : public QObject {
     explicit PanelSimulator(SimOptions options, QObject *parent = nullptr);
     ~PanelSimulator() override;
 
-    // Takes the daemon's port, installs the sample lists, writes the shared state and creates
-    // the model's settings file. False, with the reason, when the port is owned elsewhere or
-    // the log cannot be opened; nothing is written then.
+    // Installs the sample lists, writes the shared state, creates the model's settings file,
+    // and then takes the daemon's port. False, with the reason, when the port is owned
+    // elsewhere (nothing is written then) or the log cannot be opened.
     bool start(QString *error);
 
     // Runs one line of the simulator's console language; returns the one-line answer
