@@ -13,7 +13,9 @@ CalibrationViewClt::CalibrationViewClt(QWidget *page, QObject *parent)
 
 void CalibrationViewClt::updateUIState() {
     quitThread = false;
-    page_->update();
+    if (page_) {
+        page_->update();
+    }
 }
 
 void CalibrationViewClt::unselectedView() {
@@ -21,7 +23,9 @@ void CalibrationViewClt::unselectedView() {
 }
 
 void CalibrationViewClt::simpleCalibrationChange() {
-    page_->update();
+    if (page_) {
+        page_->update();
+    }
 }
 
 void CalibrationViewClt::hideModelWindow() {

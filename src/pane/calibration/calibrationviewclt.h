@@ -3,6 +3,7 @@
 #pragma once
 
 #include <QObject>
+#include <QPointer>
 
 #include "pagecontroller.h"
 
@@ -27,7 +28,7 @@ class CalibrationViewClt : public QObject, public CalibrationPageController {
     bool doubleModal = false;
 
   private:
-    QWidget *page_;
+    QPointer<QWidget> page_;  // goes with the main view
 };
 
 }  // namespace tavix

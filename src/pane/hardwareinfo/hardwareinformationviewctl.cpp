@@ -13,7 +13,9 @@ HardwareInformationViewCtl::HardwareInformationViewCtl(QWidget *page, QObject *p
 
 void HardwareInformationViewCtl::updateUIState() {
     isThreadQuit = false;
-    page_->update();
+    if (page_) {
+        page_->update();
+    }
 }
 
 void HardwareInformationViewCtl::unselectedView() {

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <QObject>
+#include <QPointer>
 
 #include "pagecontroller.h"
 
@@ -24,7 +25,7 @@ class HardwareInformationViewCtl : public QObject, public PageController {
     bool isThreadQuit = true;
 
   private:
-    QWidget *page_;
+    QPointer<QWidget> page_;  // goes with the main view
 };
 
 }  // namespace tavix

@@ -30,7 +30,9 @@ void VersionViewCtl::updateUIState() {
             }
         }
     }
-    versionText_->setText(text);
+    if (versionText_) {
+        versionText_->setText(text);
+    }
 }
 
 void VersionViewCtl::close() {

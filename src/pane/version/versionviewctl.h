@@ -3,6 +3,7 @@
 #pragma once
 
 #include <QObject>
+#include <QPointer>
 
 #include <memory>
 
@@ -32,7 +33,7 @@ class VersionViewCtl : public QObject, public PageController {
 
   private:
     std::unique_ptr<Ui::VersionView> ui_;
-    QLabel *versionText_ = nullptr;
+    QPointer<QLabel> versionText_;  // goes with the main view
 };
 
 }  // namespace tavix
