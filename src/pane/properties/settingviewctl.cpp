@@ -57,6 +57,7 @@ SettingViewCtl::SettingViewCtl(QWidget *page, std::shared_ptr<const SystemInfo> 
       systemInfo_(std::move(systemInfo)) {
     // The form goes into its own widget so that the shell's page keeps its name and properties.
     auto *content = new QWidget(page);
+    content_ = content;
     ui_->setupUi(content);
     auto *layout = page->layout();
     if (!layout) {
@@ -276,6 +277,9 @@ void SettingViewCtl::doubleClickSpeedNormal() {
 }
 
 void SettingViewCtl::doubleClickOnRateView() {
+    if (!content_) {
+        return;  // the page has gone before its controller
+    }
     doubleClickRate_ = rateView_->timeInterval();
     setRateSliderValue(1.0 - doubleClickRate_);
     setTimeIntervals(doubleClickRate_);
@@ -283,6 +287,9 @@ void SettingViewCtl::doubleClickOnRateView() {
 }
 
 void SettingViewCtl::doubleClickOnTestView() {
+    if (!content_) {
+        return;
+    }
     testView_->changeDrawType();
     testView_->update();
 }

@@ -99,6 +99,8 @@ class SettingViewCtl : public QObject, public PageController {
     void sendRate();
 
     std::unique_ptr<Ui::SettingView> ui_;
+    // The form's widget inside the page; the controls below live while it does.
+    QPointer<QWidget> content_;
     std::shared_ptr<const SystemInfo> systemInfo_;
 
     QTabWidget *settingTabView_ = nullptr;

@@ -566,6 +566,18 @@ class SettingViewCtlTest : public QObject {
         expectSent({});  // a trial never talks to the daemon
     }
 
+    // A controller that outlives its page ignores the test areas' notifications.
+    void notificationsAfterThePageIsGone() {
+        page_.reset();
+        QObject owner;
+        auto page = std::make_unique<QWidget>();
+        new SettingViewCtl(page.get(), std::make_shared<FakeSystemInfo>(kPlainLinux, -1), &owner);
+        page.reset();
+        emit DoubleClickNotificationCenter::defaultCenter()->doubleClickHappenOnRateView();
+        emit DoubleClickNotificationCenter::defaultCenter()->doubleClickHappenOnTestView();
+        expectSent({});
+    }
+
     // ---- the per-model file helper ----
     void saveItemToInfoPlistForKey() {
         QVERIFY(ctl_->saveItemToInfoPlistForKey(PlistValue(45), "DoubleClickRange"));
