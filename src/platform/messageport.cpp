@@ -51,6 +51,55 @@ int timeoutMs(double sendTimeout, double receiveTimeout) {
     return total > 2'000'000'000.0 ? 2'000'000'000 : static_cast<int>(std::lround(total));
 }
 
+// Qt makes a proxy watch its service's owner: a match rule is added when one is built and
+// removed when it goes, two extra bus messages for every request if a proxy were built per
+// request. So the main thread, where commands come from, keeps the proxy of the owner it last
+// talked to. The lookup still decides for every request whether there is a port and who owns
+// it; the kept proxy only serves requests addressed to that very owner.
+struct MainThreadProxy {
+    QString connectionName;
+    QString connectionId;  // our own unique name on that bus
+    QString owner;
+    std::unique_ptr<MessagePortProxy> proxy;
+    bool cleanupRegistered = false;
+};
+
+MainThreadProxy &mainThreadProxy() {
+    static MainThreadProxy kept;
+    return kept;
+}
+
+void dropMainThreadProxy() {
+    MainThreadProxy &kept = mainThreadProxy();
+    kept.proxy.reset();
+    kept.owner.clear();
+    kept.cleanupRegistered = false;
+}
+
+// The proxy for owner on bus: the kept one on the main thread, else a new one in *temporary.
+MessagePortProxy *proxyFor(const QDBusConnection &bus, const QString &owner,
+                           std::unique_ptr<MessagePortProxy> *temporary) {
+    QThread *main = mainThread();
+    if (main == nullptr || QThread::currentThread() != main) {
+        *temporary = std::make_unique<MessagePortProxy>(owner, kObjectPath, bus);
+        return temporary->get();
+    }
+    MainThreadProxy &kept = mainThreadProxy();
+    const QString id = bus.baseService();
+    if (!kept.proxy || kept.owner != owner || kept.connectionName != bus.name() ||
+        kept.connectionId != id) {
+        kept.proxy = std::make_unique<MessagePortProxy>(owner, kObjectPath, bus);
+        kept.owner = owner;
+        kept.connectionName = bus.name();
+        kept.connectionId = id;
+        if (!kept.cleanupRegistered) {
+            qAddPostRoutine(dropMainThreadProxy);  // gone before the application object
+            kept.cleanupRegistered = true;
+        }
+    }
+    return kept.proxy.get();
+}
+
 }  // namespace
 
 struct LocalMessagePort::Impl {
@@ -179,9 +228,10 @@ std::optional<RemoteMessagePort> RemoteMessagePort::lookup(const QString &name,
 void RemoteMessagePort::sendRequest(qint32 msgid, const QByteArray &data, double sendTimeout,
                                     double receiveTimeout, ReplyCallback onReply) const {
     // Addressed to the owner found at lookup: a port that went away and came back is a new port.
-    MessagePortProxy proxy(owner_, kObjectPath, bus_);
-    proxy.setTimeout(timeoutMs(sendTimeout, receiveTimeout));
-    QDBusPendingReply<QByteArray> pending = proxy.SendRequest(msgid, data);
+    std::unique_ptr<MessagePortProxy> temporary;
+    MessagePortProxy *proxy = proxyFor(bus_, owner_, &temporary);
+    proxy->setTimeout(timeoutMs(sendTimeout, receiveTimeout));
+    QDBusPendingReply<QByteArray> pending = proxy->SendRequest(msgid, data);
     QThread *main = mainThread();
     if (!onReply || !main) {
         return;
