@@ -15,7 +15,7 @@
 #include "panetranslations.h"
 #include "paths.h"
 #include "settings_store.h"
-#include "titleonlypage.h"
+#include "settingviewctl.h"
 #include "ui_tavixtouchpanelpref.h"
 #include "version/versionviewctl.h"
 
@@ -24,7 +24,7 @@ namespace tavix {
 PageControllers makePageControllers(const PageWidgets &pages) {
     PageControllers c;
     c.calibrationVC_ = std::make_unique<CalibrationViewClt>(pages.calibration);
-    c.settingVC_ = std::make_unique<TitleOnlyPage>(pages.properties, "Page.properties");
+    c.settingVC_ = std::make_unique<SettingViewCtl>(pages.properties);
     c.hardwareInformationVC_ =
         std::make_unique<HardwareInformationViewCtl>(pages.hardwareInformation);
     c.VersionVC_ = std::make_unique<VersionViewCtl>(pages.version);

@@ -21,9 +21,4 @@ QLabel *buildTitleOnlyPage(QWidget *page, const char *titleKey) {
     return title;
 }
 
-TitleOnlyPage::TitleOnlyPage(QWidget *page, const char *titleKey, QObject *parent)
-    : QObject(parent) {
-    buildTitleOnlyPage(page, titleKey);
-}
-
 }  // namespace tavix
