@@ -20,6 +20,7 @@
 #include <memory>
 #include <optional>
 
+#include "globals.h"
 #include "messageport.h"
 #include "panetranslations.h"
 #include "paths.h"
@@ -60,6 +61,14 @@ class TestEnvironment {
     QTemporaryDir root_;
     QString home_, system_;
 };
+
+// The process-wide pane state as a fresh process has it.
+inline void resetPaneGlobals() {
+    gModelType = 0;
+    gDriverEnable = false;
+    verboseLog = false;
+    _currentItemIndex = 0;
+}
 
 inline QString utilitiesPath() {
     return QString::fromStdString(getUilitiesFilePath());

@@ -25,10 +25,7 @@ class ShellTest : public QObject {
     void init() {
         env_.reset();
         log_.clear();
-        gModelType = 0;
-        gDriverEnable = false;
-        verboseLog = false;
-        _currentItemIndex = 0;
+        resetPaneGlobals();
     }
     void cleanup() { pane_.reset(); }
 
