@@ -1,22 +1,19 @@
 // Shared pieces of the pane tests: a private HOME and system Library folder for the whole test
-// process (emptied before every test), the shared state file, recording page controllers, a
-// second bus connection acting as a peer, and a capture of the pane's syslog lines.
+// process (emptied before every test), the shared state file, a pane with recording page
+// controllers, a second bus connection acting as a peer, and a capture of the pane's syslog lines.
 #pragma once
 
-#include <QByteArray>
-#include <QDBusConnection>
-#include <QDir>
-#include <QFile>
-#include <QStringList>
-#include <QTemporaryDir>
-#include <QTest>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QLabel>
+#include <QTabWidget>
+#include <QtDBus/QDBusConnection>
+#include <QtTest>
 
-#include <fcntl.h>
 #include <syslog.h>
 #include <unistd.h>
 
 #include <cstdio>
-#include <cstdlib>
 #include <memory>
 #include <optional>
 
@@ -29,46 +26,34 @@
 
 namespace tavix::test {
 
+using namespace std::chrono_literals;
+
 inline constexpr char kLogIdent[] = "pane-test";
 
-// HOME and TAVIX_SYSTEM_LIBRARY point into one temporary folder for the life of the process.
-// They are set before any pane (and so any monitor thread) exists and never changed again;
-// reset() empties them between tests.
+// HOME and TAVIX_SYSTEM_LIBRARY are set once, before any pane (and so any monitor thread)
+// exists; reset() empties them between tests.
 class TestEnvironment {
   public:
     TestEnvironment() {
         QVERIFY(root_.isValid());
-        home_ = root_.filePath(QStringLiteral("home"));
-        system_ = root_.filePath(QStringLiteral("system/Library"));
         reset();
-        ::setenv("HOME", qPrintable(home_), 1);
-        ::setenv("TAVIX_SYSTEM_LIBRARY", qPrintable(system_), 1);
-        // Diagnostic lines are copied to stderr, where LogCapture reads them.
-        ::openlog(kLogIdent, LOG_PERROR, LOG_USER);
-        // The product folder name comes from the string table: plug it in before the first
-        // path is built, as loading the plugin does.
+        ::setenv("HOME", qPrintable(home()), 1);
+        ::setenv("TAVIX_SYSTEM_LIBRARY", qPrintable(root_.filePath("system/Library")), 1);
+        ::openlog(kLogIdent, LOG_PERROR, LOG_USER);  // stderr copy, read by LogCapture
+        // The product folder name comes from the string table, as when the plugin is loaded.
         ensurePaneTranslations();
     }
     void reset() {
-        QDir(home_).removeRecursively();
-        QDir(system_).removeRecursively();
-        QDir().mkpath(home_);
-        QDir().mkpath(system_);
+        for (const char *dir : {"home", "system/Library"}) {
+            QDir(root_.filePath(dir)).removeRecursively();
+            QDir().mkpath(root_.filePath(dir));
+        }
     }
-    QString home() const { return home_; }
+    QString home() const { return root_.filePath("home"); }
 
   private:
     QTemporaryDir root_;
-    QString home_, system_;
 };
-
-// The process-wide pane state as a fresh process has it.
-inline void resetPaneGlobals() {
-    gModelType = 0;
-    gDriverEnable = false;
-    verboseLog = false;
-    _currentItemIndex = 0;
-}
 
 inline QString utilitiesPath() {
     return QString::fromStdString(getUilitiesFilePath());
@@ -78,11 +63,12 @@ inline void writeUtilities(const SettingsDict &dict) {
     QVERIFY(writePlistFileAtomically(dict, getUilitiesFilePath()));
 }
 
-// The usual shared state: a panel of model `model`, the driver on or off, the stored page.
-inline SettingsDict utilities(int model, bool driverEnable, int page, bool verbose = false) {
+// The usual shared state: a panel of model `model` (0: none), the driver on or off, the page.
+inline SettingsDict utilities(int model, bool driverEnable, int page, bool verbose = false,
+                              bool statusMenu = false) {
     SettingsDict d;
     d.set("currentPageIndex", page);
-    d.set("isShowStatuMenu", false);
+    d.set("isShowStatuMenu", statusMenu);
     d.set("DriverEnable", driverEnable);
     d.set("currentDeviceType", model);
     d.set("VerboseLog", verbose);
@@ -98,57 +84,66 @@ inline QByteArray utilitiesBytes() {
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-// Page controllers that only write down what they are asked, as "<page>.<call>".
-class RecordingPage : public PageController {
+// A page controller that only writes down what it is asked, as "<page>.<call>".
+class RecordingPage : public CalibrationPageController {
   public:
-    RecordingPage(QString name, QStringList *log) : name_(std::move(name)), log_(log) {}
-    void updateUIState() override { *log_ << name_ + QStringLiteral(".updateUIState"); }
-    void unselectedView() override { *log_ << name_ + QStringLiteral(".unselectedView"); }
-    void resetTabView() override { *log_ << name_ + QStringLiteral(".resetTabView"); }
+    RecordingPage(const char *name, QStringList *log) : name_(name), log_(log) {}
+    void updateUIState() override { record("updateUIState"); }
+    void unselectedView() override { record("unselectedView"); }
+    void resetTabView() override { record("resetTabView"); }
+    void simpleCalibrationChange() override { record("simpleCalibrationChange"); }
+    void hideModelWindow() override { record("hideModelWindow"); }
 
   private:
+    void record(const char *call) { *log_ << name_ + QLatin1Char('.') + QLatin1String(call); }
     QString name_;
     QStringList *log_;
 };
 
-class RecordingCalibrationPage : public CalibrationPageController {
-  public:
-    explicit RecordingCalibrationPage(QStringList *log) : log_(log) {}
-    void updateUIState() override { *log_ << QStringLiteral("cal.updateUIState"); }
-    void unselectedView() override { *log_ << QStringLiteral("cal.unselectedView"); }
-    void resetTabView() override { *log_ << QStringLiteral("cal.resetTabView"); }
-    void simpleCalibrationChange() override {
-        *log_ << QStringLiteral("cal.simpleCalibrationChange");
+// The environment, the pane under test with recording pages, and the calls they recorded.
+class PaneFixture {
+  protected:
+    void resetFixture() {
+        pane_.reset();
+        env_.reset();
+        log_.clear();
+        gModelType = 0;
+        gDriverEnable = false;
+        verboseLog = false;
+        _currentItemIndex = 0;
     }
-    void hideModelWindow() override { *log_ << QStringLiteral("cal.hideModelWindow"); }
+    // Shows and loads a pane with recording pages; with `select`, the host then selects it.
+    void startPane(bool select = false, std::chrono::milliseconds monitorPeriod = 1000ms) {
+        TavixTouchPanelPref::Options options;
+        options.monitorPeriod = monitorPeriod;
+        options.controllerFactory = [log = &log_](const PageWidgets &) {
+            PageControllers c;
+            c.calibrationVC_ = std::make_unique<RecordingPage>("cal", log);
+            c.settingVC_ = std::make_unique<RecordingPage>("set", log);
+            c.hardwareInformationVC_ = std::make_unique<RecordingPage>("hw", log);
+            c.VersionVC_ = std::make_unique<RecordingPage>("ver", log);
+            return c;
+        };
+        pane_ = std::make_unique<TavixTouchPanelPref>(std::move(options));
+        view()->show();
+        QVERIFY(QTest::qWaitForWindowExposed(view()));
+        pane_->mainViewDidLoad();
+        if (select) {
+            pane_->willSelect();
+        }
+    }
+    QWidget *view() { return pane_->loadMainView(); }
+    QTabWidget *tabView() { return view()->findChild<QTabWidget *>(QStringLiteral("tabView_")); }
+    QComboBox *popUp() { return view()->findChild<QComboBox *>(QStringLiteral("tabPopUp_")); }
+    QCheckBox *checkBox() {
+        return view()->findChild<QCheckBox *>(QStringLiteral("statusBarState_"));
+    }
+    QLabel *alert() { return view()->findChild<QLabel *>(QStringLiteral("alertTextField_")); }
 
-  private:
-    QStringList *log_;
+    TestEnvironment env_;
+    QStringList log_;
+    std::unique_ptr<TavixTouchPanelPref> pane_;
 };
-
-inline PageControllerFactory recordingFactory(QStringList *log) {
-    return [log](const PageWidgets &) {
-        PageControllers c;
-        c.calibrationVC_ = std::make_unique<RecordingCalibrationPage>(log);
-        c.settingVC_ = std::make_unique<RecordingPage>(QStringLiteral("set"), log);
-        c.hardwareInformationVC_ = std::make_unique<RecordingPage>(QStringLiteral("hw"), log);
-        c.VersionVC_ = std::make_unique<RecordingPage>(QStringLiteral("ver"), log);
-        return c;
-    };
-}
-
-inline std::unique_ptr<TavixTouchPanelPref> makeRecordingPane(
-    QStringList *log, std::chrono::milliseconds period = std::chrono::milliseconds(20)) {
-    TavixTouchPanelPref::Options options;
-    options.monitorPeriod = period;
-    options.controllerFactory = recordingFactory(log);
-    return std::make_unique<TavixTouchPanelPref>(std::move(options));
-}
-
-template <typename T>
-T *child(TavixTouchPanelPref &pane, const char *name) {
-    return pane.loadMainView()->findChild<T *>(QString::fromLatin1(name));
-}
 
 // A second connection to the session bus, so that messages reach the pane's port the way they
 // come from another program.
@@ -156,8 +151,8 @@ inline QDBusConnection peerConnection() {
     return QDBusConnection::connectToBus(QDBusConnection::SessionBus, QStringLiteral("peer"));
 }
 
-// Sends one message to the pane's port from the peer and waits until the reply has come
-// back, by which time the pane has handled it. False when there is no port.
+// Sends one message to the pane's port from the peer and waits for the reply, by which time
+// the pane has handled it. False when there is no port.
 inline bool sendToPane(const QByteArray &data, qint32 msgid = 0) {
     const auto port =
         RemoteMessagePort::lookup(QString::fromLatin1(kPreferencePortName), peerConnection());
@@ -170,39 +165,28 @@ inline bool sendToPane(const QByteArray &data, qint32 msgid = 0) {
         done = true;
         ok = reply.ok;
     });
-    if (!QTest::qWaitFor([&] { return done; }, 5000)) {
-        return false;
-    }
-    return ok;
+    return QTest::qWaitFor([&] { return done; }, 5000) && ok;
 }
 
-// Captures what the pane writes to the system log (copied to stderr by LOG_PERROR) and gives
-// back the message texts of our ident, one per line.
+// Captures what the pane writes to the system log (copied to stderr by LOG_PERROR); stop()
+// gives back the message texts of our ident, one per line.
 class LogCapture {
   public:
     LogCapture() {
+        QVERIFY(file_.open());
         std::fflush(stderr);
-        saved_ = ::dup(STDERR_FILENO);
-        file_ = std::tmpfile();
-        ::dup2(::fileno(file_), STDERR_FILENO);
+        ::dup2(file_.handle(), STDERR_FILENO);
     }
     ~LogCapture() { stop(); }
     QStringList stop() {
-        if (file_ != nullptr) {
+        if (saved_ >= 0) {
             std::fflush(stderr);
             ::dup2(saved_, STDERR_FILENO);
             ::close(saved_);
-            std::rewind(file_);
-            QByteArray all;
-            char buffer[4096];
-            std::size_t n = 0;
-            while ((n = std::fread(buffer, 1, sizeof buffer, file_)) > 0) {
-                all.append(buffer, static_cast<qsizetype>(n));
-            }
-            std::fclose(file_);
-            file_ = nullptr;
+            saved_ = -1;
+            file_.seek(0);
             const QByteArray prefix = QByteArray(kLogIdent) + ": ";
-            for (const QByteArray &line : all.split('\n')) {
+            for (const QByteArray &line : file_.readAll().split('\n')) {
                 if (line.startsWith(prefix)) {
                     lines_ << QString::fromUtf8(line.mid(prefix.size()));
                 }
@@ -212,8 +196,8 @@ class LogCapture {
     }
 
   private:
-    int saved_ = -1;
-    std::FILE *file_ = nullptr;
+    int saved_ = ::dup(STDERR_FILENO);
+    QTemporaryFile file_;
     QStringList lines_;
 };
 

@@ -19,23 +19,18 @@ class VersionTest : public QObject {
         QTest::addColumn<int>("model");
         QTest::addColumn<QByteArray>("file");  // "none", "defaults", or the file's bytes
         QTest::addColumn<QString>("shown");
-        const auto plist = [](const SettingsDict &d) {
+        const auto plist = [](const char *key, const PlistValue &value) {
+            SettingsDict d;
+            d.set(key, value);
             return QByteArray::fromStdString(serializePlist(d));
         };
-        SettingsDict version;
-        version.set("DriverVersion", "3.1.4.1");
-        SettingsDict noVersion;
-        noVersion.set("InputMode", 1);
-        SettingsDict number;
-        number.set("DriverVersion", 42);
-
         QTest::newRow("model 0, no file") << 0 << QByteArray("none") << QString();
         QTest::newRow("model 317, no file") << 317 << QByteArray("none") << QString();
         QTest::newRow("defaults") << 317 << QByteArray("defaults") << "0.8.0.3";
-        QTest::newRow("recorded version") << 259 << plist(version) << "3.1.4.1";
-        QTest::newRow("negative model") << -1 << plist(version) << "3.1.4.1";
-        QTest::newRow("no DriverVersion") << 317 << plist(noVersion) << QString();
-        QTest::newRow("not a string") << 317 << plist(number) << QString();
+        QTest::newRow("recorded version") << 259 << plist("DriverVersion", "3.1.4.1") << "3.1.4.1";
+        QTest::newRow("negative model") << -1 << plist("DriverVersion", "3.1.4.1") << "3.1.4.1";
+        QTest::newRow("no DriverVersion") << 317 << plist("InputMode", 1) << QString();
+        QTest::newRow("not a string") << 317 << plist("DriverVersion", 42) << QString();
         QTest::newRow("corrupt file") << 317 << QByteArray("<plist><dict><key>") << QString();
         QTest::newRow("empty file") << 317 << QByteArray() << QString();
     }
