@@ -2,6 +2,7 @@
 // their deadlines, in deadline order.
 #pragma once
 
+#include <algorithm>
 #include <functional>
 #include <map>
 #include <utility>
@@ -14,27 +15,21 @@ class ManualClock final : public Clock {
   public:
     double now() const override { return now_; }
     TimerId startTimer(double seconds, std::function<void()> fire) override {
-        const TimerId id = nextId_++;
-        timers_.emplace(id, Timer{now_ + seconds, std::move(fire)});
-        return id;
+        timers_.emplace(nextId_, Timer{now_ + seconds, std::move(fire)});
+        return nextId_++;
     }
     void cancelTimer(TimerId id) override { timers_.erase(id); }
 
-    // Moves time forward to t, firing every timer whose deadline is at or before t.
     void setNow(double t) {
         for (;;) {
-            auto due = timers_.end();
-            for (auto it = timers_.begin(); it != timers_.end(); ++it) {
-                if (it->second.deadline <= t &&
-                    (due == timers_.end() || it->second.deadline < due->second.deadline)) {
-                    due = it;
-                }
-            }
-            if (due == timers_.end()) {
+            const auto due = std::min_element(timers_.begin(), timers_.end(), [](auto &a, auto &b) {
+                return a.second.deadline < b.second.deadline;
+            });
+            if (due == timers_.end() || due->second.deadline > t) {
                 break;
             }
             now_ = due->second.deadline;
-            auto fire = std::move(due->second.fire);
+            const auto fire = std::move(due->second.fire);
             timers_.erase(due);
             fire();
         }

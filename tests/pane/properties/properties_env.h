@@ -1,5 +1,6 @@
 // Shared set-up of the Properties page tests: temporary HOME and system Library folder, the
-// page's English string table, and a fake daemon on the bus that records every command.
+// page's string tables, a system that reports any version, and a fake daemon on the bus that
+// records every command.
 #pragma once
 
 #include <QByteArray>
@@ -9,13 +10,14 @@
 #include <QStringList>
 #include <QTemporaryDir>
 #include <QTranslator>
-#include <QtTest/QTest>
 
 #include <memory>
+#include <utility>
 
 #include "commands.h"
 #include "daemonchannel.h"
 #include "messageport.h"
+#include "systeminfo.h"
 
 namespace tavix::test {
 
@@ -23,19 +25,16 @@ namespace tavix::test {
 class TempRoots {
   public:
     TempRoots() {
-        home_ = dir_.filePath(QStringLiteral("home"));
-        QDir().mkpath(home_);
-        QDir().mkpath(dir_.filePath(QStringLiteral("system/Library")));
-        qputenv("HOME", home_.toLocal8Bit());
-        qputenv("TAVIX_SYSTEM_LIBRARY",
-                dir_.filePath(QStringLiteral("system/Library")).toLocal8Bit());
+        const QString library = dir_.filePath(QStringLiteral("system/Library"));
+        QDir().mkpath(dir_.filePath(QStringLiteral("home")));
+        QDir().mkpath(library);
+        qputenv("HOME", dir_.filePath(QStringLiteral("home")).toLocal8Bit());
+        qputenv("TAVIX_SYSTEM_LIBRARY", library.toLocal8Bit());
     }
     bool isValid() const { return dir_.isValid(); }
-    QString home() const { return home_; }
 
   private:
     QTemporaryDir dir_;
-    QString home_;
 };
 
 // Installs the page's string table as the pane's loader does: English first, then a language.
@@ -47,6 +46,18 @@ inline std::unique_ptr<QTranslator> installTranslator(const QString &language) {
     QCoreApplication::installTranslator(translator.get());
     return translator;
 }
+
+class FakeSystemInfo final : public SystemInfo {
+  public:
+    FakeSystemInfo(QString versionString, int minorVersion)
+        : versionString_(std::move(versionString)), minorVersion_(minorVersion) {}
+    QString operatingSystemVersionString() const override { return versionString_; }
+    int systemMinorVersion() const override { return minorVersion_; }
+
+  private:
+    QString versionString_;
+    int minorVersion_;
+};
 
 // The daemon's port on its own bus connection, recording each command as "01 2D 00".
 class RecordingDaemon {
@@ -78,13 +89,6 @@ class RecordingDaemon {
 inline const QString kMarker = QStringLiteral("20");
 inline void sendMarker() {
     SendDataToRemotePort(makeCommand(COMMAND_STOP_CHECK));
-}
-
-inline QString hex(const Bytes &bytes) {
-    return QString::fromLatin1(QByteArray(reinterpret_cast<const char *>(bytes.data()),
-                                          static_cast<qsizetype>(bytes.size()))
-                                   .toHex(' ')
-                                   .toUpper());
 }
 
 }  // namespace tavix::test

@@ -12,7 +12,6 @@
 #include <cstdio>
 #include <memory>
 
-#include "fake_systeminfo.h"
 #include "globals.h"
 #include "paths.h"
 #include "properties_env.h"

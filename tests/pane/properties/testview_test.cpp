@@ -21,6 +21,17 @@ struct Step {
     QPoint at;
 };
 
+const QPoint kCentre(100, 100);
+const QPoint kOutside(5, 5);
+
+QList<Step> doubleClick(double secondPress, double secondRelease, QPoint at = kCentre,
+                        double start = 0.0) {
+    return {{start, Kind::Press, at},
+            {start + 0.05, Kind::Release, at},
+            {secondPress, Kind::SecondPress, at},
+            {secondRelease, Kind::Release, at}};
+}
+
 }  // namespace
 
 Q_DECLARE_METATYPE(QList<Step>)
@@ -31,271 +42,167 @@ class TestViewTest : public QObject {
   private:
     std::unique_ptr<TestView> view_;
     ManualClock clock_;
-    // Centre and a point inside the 64-unit circle of a 200x200 view but outside a 32-unit one.
-    const QPoint centre_{100, 100};
-    const QPoint ring_{100 + 24, 100};
-    const QPoint outside_{10, 10};
 
     void makeView(qint64 type, QSize size = {200, 200}, double range = 64) {
+        view_.reset();
         clock_ = ManualClock();
         view_ = std::make_unique<TestView>();
         view_->setClock(&clock_);
         view_->setViewType(type);
+        view_->setTimeInterval(0.5);
         view_->resize(size);
         view_->setRange(range);
         view_->show();
         QVERIFY(QTest::qWaitForWindowExposed(view_.get()));
         view_->repaint();  // the hit area is what was drawn last
     }
-    void play(const QList<Step> &steps) {
-        for (const Step &step : steps) {
-            clock_.setNow(step.t);
-            switch (step.kind) {
-                case Kind::Press:
-                    QTest::mousePress(view_.get(), Qt::LeftButton, {}, step.at);
-                    break;
-                case Kind::SecondPress:  // what a widget gets for the second press of a double
-                                         // click
-                    QTest::mouseDClick(view_.get(), Qt::LeftButton, {}, step.at);
-                    break;
-                case Kind::Release:
-                    QTest::mouseRelease(view_.get(), Qt::LeftButton, {}, step.at);
-                    break;
-            }
-        }
-    }
-    static QList<Step> doubleClick(double secondPress, double secondRelease, QPoint at) {
-        return {{0.0, Kind::Press, at},
-                {0.05, Kind::Release, at},
-                {secondPress, Kind::SecondPress, at},
-                {secondRelease, Kind::Release, at}};
+    void press(QPoint at, Qt::MouseButton button = Qt::LeftButton) {
+        QTest::mousePress(view_.get(), button, {}, at);
     }
 
   private slots:
     void cleanup() { view_.reset(); }
 
-    void defaults() {
-        TestView view;
-        QCOMPARE(view.viewType(), 0);
-        QCOMPARE(view.range(), 32.0);
-        QCOMPARE(view.timeInterval(), 0.3);
-        QCOMPARE(view.currentDrawType(), 0);
-        QCOMPARE(view.pressCount(), 0);
-        QVERIFY(view.path().isEmpty());
-    }
-
-    void circleSquare_data() {
+    // The circle lies in the square at (d, d), d from the width, measured from the lower left;
+    // it is drawn red and thin, or green and thick, and never filled.
+    void circle_data() {
         QTest::addColumn<QSize>("size");
-        QTest::addColumn<double>("range");
-        QTest::addColumn<QRectF>("square");  // origin at the lower left
         QTest::addColumn<QRectF>("inWidget");
-        QTest::newRow("square view")
-            << QSize(200, 200) << 64.0 << QRectF(68, 68, 64, 64) << QRectF(68, 68, 64, 64);
+        QTest::newRow("square view") << QSize(200, 200) << QRectF(68, 68, 64, 64);
         // The vertical origin comes from the width too: the circle hangs off the top.
-        QTest::newRow("wide view")
-            << QSize(200, 100) << 64.0 << QRectF(68, 68, 64, 64) << QRectF(68, -32, 64, 64);
-        QTest::newRow("range wider than view")
-            << QSize(100, 100) << 128.0 << QRectF(-14, -14, 128, 128) << QRectF(-14, -14, 128, 128);
+        QTest::newRow("wide view") << QSize(200, 100) << QRectF(68, -32, 64, 64);
     }
-    void circleSquare() {
+    void circle() {
         QFETCH(QSize, size);
-        QFETCH(double, range);
-        QFETCH(QRectF, square);
         QFETCH(QRectF, inWidget);
-        QCOMPARE(TestView::circleSquare(size, range), square);
-        makeView(TestView::Trial, size, range);
+        QCOMPARE(TestView::circleSquare(size, 64), QRectF(68, 68, 64, 64));
+        makeView(TestView::Trial, size);
         QCOMPARE(view_->path().boundingRect(), inWidget);
-    }
-
-    // In a 200x100 view the circle's centre is 100 units above the bottom edge, i.e. at the top
-    // edge in widget coordinates: a press near the top counts, one near the bottom does not.
-    void hitAreaInWideView() {
-        makeView(TestView::Trial, {200, 100}, 64);
-        QTest::mousePress(view_.get(), Qt::LeftButton, {}, {100, 80});
-        QCOMPARE(view_->pressCount(), 0);
-        QTest::mousePress(view_.get(), Qt::LeftButton, {}, {100, 5});
-        QCOMPARE(view_->pressCount(), 1);
-    }
-
-    void drawsRedThinOrGreenThick() {
-        makeView(TestView::Trial);
+        // The outline's right-most point, 3 units inside it, and the centre.
+        const int y = int(inWidget.center().y());
         QImage image = view_->grab().toImage();
-        // Right-most point of the outline, the centre, and a point 3 units inside the outline.
-        QCOMPARE(image.pixelColor(131, 100), QColor(Qt::red));
-        QCOMPARE(image.pixelColor(100, 100), QColor(Qt::white));
-        QCOMPARE(image.pixelColor(128, 100), QColor(Qt::white));
+        QCOMPARE(image.pixelColor(131, y), QColor(Qt::red));
+        QCOMPARE(image.pixelColor(128, y), QColor(Qt::white));
+        QCOMPARE(image.pixelColor(100, y), QColor(Qt::white));
         view_->changeDrawType();
         QCOMPARE(view_->currentDrawType(), 1);
         image = view_->grab().toImage();
-        QCOMPARE(image.pixelColor(131, 100), QColor(Qt::green));
-        QCOMPARE(image.pixelColor(129, 100), QColor(Qt::green));  // 8 units wide
-        QCOMPARE(image.pixelColor(100, 100), QColor(Qt::white));  // never filled
-        view_->changeDrawType();
-        QCOMPARE(view_->currentDrawType(), 0);
+        QCOMPARE(image.pixelColor(131, y), QColor(Qt::green));
+        QCOMPARE(image.pixelColor(129, y), QColor(Qt::green));  // 8 units wide
+        QCOMPARE(image.pixelColor(100, y), QColor(Qt::white));
     }
 
     void hitAreaIsWhatWasDrawnLast() {
         makeView(TestView::Trial, {200, 200}, 32);
-        view_->setRange(64);  // not yet painted
-        QTest::mousePress(view_.get(), Qt::LeftButton, {}, ring_);
+        view_->setRange(64);          // not yet painted
+        const QPoint ring(124, 100);  // inside 64 units, outside 32
+        press(ring);
         QCOMPARE(view_->pressCount(), 0);
         view_->repaint();
-        QTest::mousePress(view_.get(), Qt::LeftButton, {}, ring_);
+        press(ring);
         QCOMPARE(view_->pressCount(), 1);
     }
 
-    void speedMeasuring_data() {
+    // Every view starts with a 0.5 s window. Speed areas report and store the measured time
+    // clamped to 0.3-1.0 s; trial areas report a double click within their window.
+    void attempts_data() {
+        QTest::addColumn<qint64>("type");
         QTest::addColumn<QList<Step>>("steps");
         QTest::addColumn<bool>("reported");
         QTest::addColumn<double>("interval");
-        const QPoint c(100, 100);
-        QTest::newRow("0.1 s clamps to 0.3") << doubleClick(0.08, 0.1, c) << true << 0.3;
-        QTest::newRow("1.4 s clamps to 1.0") << doubleClick(1.3, 1.4, c) << true << 1.0;
-        QTest::newRow("0.62 s kept") << doubleClick(0.5, 0.62, c) << true << 0.62;
-        QTest::newRow("exactly 0.3 kept") << doubleClick(0.2, 0.3, c) << true << 0.3;
-        QTest::newRow("exactly 1.0 kept") << doubleClick(0.9, 1.0, c) << true << 1.0;
+        QTest::addColumn<int>("pressesLeft");
+        const qint64 speed = TestView::SpeedMeasuring;
+        const qint64 trial = TestView::Trial;
+        QTest::newRow("speed 0.1 s -> 0.3") << speed << doubleClick(0.08, 0.1) << true << 0.3 << 0;
+        QTest::newRow("speed 1.4 s -> 1.0") << speed << doubleClick(1.3, 1.4) << true << 1.0 << 0;
+        QTest::newRow("speed 0.62 s kept") << speed << doubleClick(0.5, 0.62) << true << 0.62 << 0;
         // The second press is in time, but the 2.0 s timer ends the attempt before the release.
-        QTest::newRow("release after 2.0 s") << doubleClick(1.9, 2.1, c) << false << 0.3;
-        // A second press after 2.0 s starts a new attempt, timed from that press.
-        QTest::newRow("late second press starts over")
-            << QList<Step>{{0.0, Kind::Press, c},       {0.1, Kind::Release, c},
-                           {2.5, Kind::Press, c},       {2.6, Kind::Release, c},
-                           {2.8, Kind::SecondPress, c}, {3.1, Kind::Release, c}}
-            << true << 3.1 - 2.5;
-        QTest::newRow("second release outside ends the attempt")
-            << QList<Step>{{0.0, Kind::Press, c},
-                           {0.1, Kind::Release, c},
-                           {0.2, Kind::SecondPress, c},
-                           {0.5, Kind::Release, QPoint(5, 5)},
-                           {0.6, Kind::Release, c}}
-            << false << 0.3;
-        QTest::newRow("presses outside the circle never count")
-            << doubleClick(0.2, 0.5, QPoint(5, 5)) << false << 0.3;
+        QTest::newRow("speed release after 2.0 s")
+            << speed << doubleClick(1.9, 2.1) << false << 0.5 << 0;
+        const QList<Step> firstPressOnly{{0.0, Kind::Press, kCentre},
+                                         {0.1, Kind::Release, kCentre}};
+        QTest::newRow("speed second press after 2.0 s starts over, timed from it")
+            << speed << firstPressOnly + doubleClick(2.8, 3.1, kCentre, 2.5) << true << 3.1 - 2.5
+            << 0;
+        QList<Step> releasedOutside = doubleClick(0.2, 0.5);
+        releasedOutside.last().at = kOutside;
+        QTest::newRow("speed second release outside ends the attempt")
+            << speed << releasedOutside + QList<Step>{{0.6, Kind::Release, kCentre}} << false << 0.5
+            << 0;
+        QTest::newRow("speed press outside")
+            << speed << doubleClick(0.2, 0.5, kOutside) << false << 0.5 << 0;
+        QTest::newRow("trial release with one press counted")
+            << trial << firstPressOnly << false << 0.5 << 1;
+        QTest::newRow("trial 0.45 s") << trial << doubleClick(0.3, 0.45) << true << 0.5 << 0;
+        // The second press is in time, but the window's timer ends the attempt at 0.5 s.
+        QTest::newRow("trial 0.55 s") << trial << doubleClick(0.4, 0.55) << false << 0.5 << 0;
+        QTest::newRow("trial late second press starts over")
+            << trial << doubleClick(0.6, 0.7) << false << 0.5 << 1;
+        QTest::newRow("range display ignores the mouse")
+            << qint64(TestView::RangeDisplay) << doubleClick(0.2, 0.4) << false << 0.5 << 0;
     }
-    void speedMeasuring() {
+    void attempts() {
+        QFETCH(qint64, type);
         QFETCH(QList<Step>, steps);
         QFETCH(bool, reported);
         QFETCH(double, interval);
-        makeView(TestView::SpeedMeasuring);
-        QSignalSpy rate(DoubleClickNotificationCenter::defaultCenter(),
-                        &DoubleClickNotificationCenter::doubleClickHappenOnRateView);
-        QSignalSpy trial(DoubleClickNotificationCenter::defaultCenter(),
-                         &DoubleClickNotificationCenter::doubleClickHappenOnTestView);
-        play(steps);
-        QCOMPARE(rate.count(), reported ? 1 : 0);
-        QCOMPARE(trial.count(), 0);
-        QCOMPARE(view_->timeInterval(), interval);
-        QCOMPARE(view_->pressCount(), 0);
-        QCOMPARE(clock_.pendingTimers(), std::size_t{0});
-    }
-
-    void trial_data() {
-        QTest::addColumn<QList<Step>>("steps");
-        QTest::addColumn<bool>("reported");
-        const QPoint c(100, 100);
-        QTest::newRow("0.45 s fits 0.5 s") << doubleClick(0.3, 0.45, c) << true;
-        QTest::newRow("0.49 s fits") << doubleClick(0.3, 0.49, c) << true;
-        // The second press is within 0.5 s, but the window's timer ends the attempt at 0.5 s.
-        QTest::newRow("0.55 s is too slow") << doubleClick(0.4, 0.55, c) << false;
-        QTest::newRow("second press after the window starts over")
-            << doubleClick(0.6, 0.7, c) << false;
-    }
-    void trial() {
-        QFETCH(QList<Step>, steps);
-        QFETCH(bool, reported);
-        makeView(TestView::Trial);
-        view_->setTimeInterval(0.5);
-        QSignalSpy rate(DoubleClickNotificationCenter::defaultCenter(),
-                        &DoubleClickNotificationCenter::doubleClickHappenOnRateView);
-        QSignalSpy trial(DoubleClickNotificationCenter::defaultCenter(),
-                         &DoubleClickNotificationCenter::doubleClickHappenOnTestView);
-        play(steps);
-        QCOMPARE(trial.count(), reported ? 1 : 0);
-        QCOMPARE(rate.count(), 0);
-        QCOMPARE(view_->timeInterval(), 0.5);  // a trial never changes its window
-    }
-
-    void timerWindowPerType_data() {
-        QTest::addColumn<qint64>("type");
-        QTest::addColumn<double>("deadline");
-        QTest::newRow("speed measuring allows 2.0 s") << qint64(TestView::SpeedMeasuring) << 2.0;
-        QTest::newRow("trial allows its window") << qint64(TestView::Trial) << 0.7;
-    }
-    void timerWindowPerType() {
-        QFETCH(qint64, type);
-        QFETCH(double, deadline);
+        QFETCH(int, pressesLeft);
         makeView(type);
-        view_->setTimeInterval(0.7);
-        clock_.setNow(0.0);
-        QTest::mousePress(view_.get(), Qt::LeftButton, {}, centre_);
-        QCOMPARE(clock_.onlyDeadline(), deadline);
-        // The second press changes neither the start time nor the timer.
-        clock_.setNow(0.1);
-        QTest::mouseRelease(view_.get(), Qt::LeftButton, {}, centre_);
-        QTest::mouseDClick(view_.get(), Qt::LeftButton, {}, centre_);
-        QCOMPARE(view_->pressCount(), 2);
-        QCOMPARE(clock_.onlyDeadline(), deadline);
+        auto *center = DoubleClickNotificationCenter::defaultCenter();
+        QSignalSpy rate(center, &DoubleClickNotificationCenter::doubleClickHappenOnRateView);
+        QSignalSpy trial(center, &DoubleClickNotificationCenter::doubleClickHappenOnTestView);
+        for (const Step &step : steps) {
+            clock_.setNow(step.t);
+            if (step.kind == Kind::Press) {
+                press(step.at);
+            } else if (step.kind == Kind::SecondPress) {  // how a widget gets a second press
+                QTest::mouseDClick(view_.get(), Qt::LeftButton, {}, step.at);
+            } else {
+                QTest::mouseRelease(view_.get(), Qt::LeftButton, {}, step.at);
+            }
+        }
+        QCOMPARE(rate.count(), reported && type == TestView::SpeedMeasuring ? 1 : 0);
+        QCOMPARE(trial.count(), reported && type == TestView::Trial ? 1 : 0);
+        QCOMPARE(view_->timeInterval(), interval);
+        QCOMPARE(view_->pressCount(), pressesLeft);
+        QCOMPARE(clock_.pendingTimers(), std::size_t(pressesLeft));
     }
 
-    void pressOutsideNeitherCountsNorStartsTimer() {
-        makeView(TestView::SpeedMeasuring);
-        QTest::mousePress(view_.get(), Qt::LeftButton, {}, outside_);
-        QCOMPARE(view_->pressCount(), 0);
-        QCOMPARE(clock_.pendingTimers(), std::size_t{0});
-    }
-
-    void releaseWithOnePressLeavesAttemptRunning() {
-        makeView(TestView::Trial);
-        view_->setTimeInterval(0.5);
-        QTest::mousePress(view_.get(), Qt::LeftButton, {}, centre_);
-        clock_.setNow(0.1);
-        QTest::mouseRelease(view_.get(), Qt::LeftButton, {}, centre_);
-        QCOMPARE(view_->pressCount(), 1);
-        QCOMPARE(clock_.pendingTimers(), std::size_t{1});
-        clock_.setNow(0.5);  // the window ends the attempt
-        QCOMPARE(view_->pressCount(), 0);
-    }
-
-    void rangeDisplayIgnoresMouse() {
-        makeView(TestView::RangeDisplay);
-        QSignalSpy rate(DoubleClickNotificationCenter::defaultCenter(),
-                        &DoubleClickNotificationCenter::doubleClickHappenOnRateView);
-        QSignalSpy trial(DoubleClickNotificationCenter::defaultCenter(),
-                         &DoubleClickNotificationCenter::doubleClickHappenOnTestView);
-        play(doubleClick(0.2, 0.4, centre_));
-        QCOMPARE(view_->pressCount(), 0);
-        QCOMPARE(clock_.pendingTimers(), std::size_t{0});
-        QCOMPARE(rate.count() + trial.count(), 0);
+    // The first press starts the attempt's timer: 2.0 s for a speed area, the window for a trial.
+    void timerWindowPerType() {
+        for (const auto &[type, deadline] :
+             {std::pair<qint64, double>{TestView::SpeedMeasuring, 2.0},
+              std::pair<qint64, double>{TestView::Trial, 0.7}}) {
+            makeView(type);
+            view_->setTimeInterval(0.7);
+            press(kCentre);
+            QCOMPARE(clock_.onlyDeadline(), deadline);
+        }
     }
 
     void otherButtonsIgnored() {
         makeView(TestView::Trial);
-        QTest::mousePress(view_.get(), Qt::RightButton, {}, centre_);
+        press(kCentre, Qt::RightButton);
         QCOMPARE(view_->pressCount(), 0);
     }
 
     // A view destroyed during an attempt leaves no timer behind to call into it.
     void destroyedViewCancelsTimer() {
         makeView(TestView::SpeedMeasuring);
-        QTest::mousePress(view_.get(), Qt::LeftButton, {}, centre_);
+        press(kCentre);
         QCOMPARE(clock_.pendingTimers(), std::size_t{1});
         view_.reset();
         QCOMPARE(clock_.pendingTimers(), std::size_t{0});
     }
 
-    // The real clock's timer ends an attempt too (short window, real time).
+    // Without an injected clock the view's own steady clock ends an attempt in real time.
     void steadyClockTimerFires() {
-        TestView view;
-        view.setViewType(TestView::Trial);
-        view.resize(200, 200);
-        view.setRange(64);
-        view.setTimeInterval(0.05);
-        view.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&view));
-        view.repaint();
-        QTest::mousePress(&view, Qt::LeftButton, {}, centre_);
-        QCOMPARE(view.pressCount(), 1);
-        QTRY_COMPARE(view.pressCount(), 0);
+        makeView(TestView::Trial);
+        view_->setClock(nullptr);
+        view_->setTimeInterval(0.05);
+        press(kCentre);
+        QCOMPARE(view_->pressCount(), 1);
+        QTRY_COMPARE(view_->pressCount(), 0);
     }
 };
 
