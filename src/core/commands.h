@@ -37,6 +37,41 @@ enum CommandCode : std::uint8_t {
     COMMAND_STOP_CHECK = 32,
 };
 
+// The pane's own command port: messages from the status-bar utility and the driver side, whose
+// first byte is one of these codes (any msgid; further bytes are ignored).
+inline constexpr char kPreferencePortName[] = "preferenceCommend";
+
+enum class PreferenceCode : std::uint8_t {
+    SelectCalibrationPage = 0,  // 0 to 3 select the page with that index
+    SelectPropertiesPage = 1,
+    SelectHardwareInfoPage = 2,
+    SelectVersionPage = 3,
+    DeviceConnect = 4,
+    DeviceDisconnect = 5,
+    Reload = 6,
+    DriverDisable = 7,
+    NextSimpleCalibration = 8,
+    ReloadToo = 9,  // the same as Reload
+};
+
+constexpr std::uint8_t toByte(PreferenceCode code) {
+    return static_cast<std::uint8_t>(code);
+}
+
+// The code that selects page 0 to 3; other indices have no code.
+constexpr std::optional<PreferenceCode> selectPageCode(int page) {
+    if (page < 0 || page > 3) {
+        return std::nullopt;
+    }
+    return static_cast<PreferenceCode>(page);
+}
+
+// The status-bar utility's port and the request that asks it to quit: msgid 'SBQT' and the
+// four bytes "SBQT"; the sender does not wait for the reply.
+inline constexpr char kStatusBarPortName[] = "TTSB";
+inline constexpr std::int32_t kStatusBarQuitMsgId = 0x53425154;  // 'SBQT'
+inline constexpr char kStatusBarQuitData[] = "SBQT";             // sent without the NUL
+
 // Payload width in bytes of a known code (0, 1, 2 or 8); -1 for a code the pane never sends.
 int commandPayloadWidth(std::uint8_t code);
 

@@ -16,6 +16,7 @@
 #include <thread>
 #include <vector>
 
+#include "commands.h"
 #include "pagecontroller.h"
 #include "preferencepane.h"
 #include "settings_dict.h"
@@ -55,21 +56,18 @@ using PageControllerFactory = std::function<PageControllers(const PageWidgets &p
 // The controllers of the shipped pane.
 PageControllers makePageControllers(const PageWidgets &pages);
 
-// Message codes received on "preferenceCommend" (the first byte of each message).
-enum PreferenceCommand : std::uint8_t {
-    COMMAND_SELECT_PAGE_0 = 0,  // 0 to 3: COMMAND_SELECT_PAGE with the page index
-    COMMAND_SELECT_PAGE_3 = 3,
-    COMMAND_DEVICE_CONNECT = 4,
-    COMMAND_DEVICE_DISCONNECT = 5,
-    COMMAND_RELOAD = 6,
-    COMMAND_DRIVER_DISABLE = 7,
-    COMMAND_NEXT_SIMPLE_CALIBRATION = 8,
-    COMMAND_RELOAD_2 = 9,
-};
-
-inline constexpr char kPreferencePortName[] = "preferenceCommend";
-inline constexpr char kStatusBarPortName[] = "TTSB";
-inline constexpr qint32 kStatusBarQuitMsgId = 0x53425154;  // 'SBQT'
+// The codes received on "preferenceCommend" and the status-bar port names live with the
+// daemon's command codes (commands.h); these are the pane's older names for them.
+using PreferenceCommand = std::uint8_t;
+inline constexpr std::uint8_t COMMAND_SELECT_PAGE_0 = toByte(PreferenceCode::SelectCalibrationPage);
+inline constexpr std::uint8_t COMMAND_SELECT_PAGE_3 = toByte(PreferenceCode::SelectVersionPage);
+inline constexpr std::uint8_t COMMAND_DEVICE_CONNECT = toByte(PreferenceCode::DeviceConnect);
+inline constexpr std::uint8_t COMMAND_DEVICE_DISCONNECT = toByte(PreferenceCode::DeviceDisconnect);
+inline constexpr std::uint8_t COMMAND_RELOAD = toByte(PreferenceCode::Reload);
+inline constexpr std::uint8_t COMMAND_DRIVER_DISABLE = toByte(PreferenceCode::DriverDisable);
+inline constexpr std::uint8_t COMMAND_NEXT_SIMPLE_CALIBRATION =
+    toByte(PreferenceCode::NextSimpleCalibration);
+inline constexpr std::uint8_t COMMAND_RELOAD_2 = toByte(PreferenceCode::ReloadToo);
 
 class TavixTouchPanelPref : public QObject, public PreferencePane {
     Q_OBJECT

@@ -18,14 +18,7 @@ namespace {
 
 constexpr double kPortTimeout = 1.0;
 constexpr std::size_t kMaxSampleListSize = 1024 * 1024;
-const QString kPaneCommandPort = QStringLiteral("preferenceCommend");
-
-// Codes the simulator sends on the pane's command port.
-constexpr std::uint8_t kDeviceConnect = 4;
-constexpr std::uint8_t kDeviceDisconnect = 5;
-constexpr std::uint8_t kReload = 6;
-constexpr std::uint8_t kDriverDisable = 7;
-constexpr std::uint8_t kNextSimpleCalibration = 8;
+const QString kPaneCommandPort = QString::fromLatin1(kPreferencePortName);
 
 QString hexLine(const QByteArray &data) {
     return data.isEmpty() ? QStringLiteral("(empty)")
@@ -234,7 +227,8 @@ void PanelSimulator::onCommand(const QByteArray &data, const PortResponder &resp
     respond(reply);
 }
 
-QString PanelSimulator::notifyPane(std::uint8_t code) {
+QString PanelSimulator::notifyPane(PreferenceCode preferenceCode) {
+    const std::uint8_t code = toByte(preferenceCode);
     std::optional<RemoteMessagePort> pane = RemoteMessagePort::lookup(kPaneCommandPort);
     const QString hex = hexLine(QByteArray(1, static_cast<char>(code)));
     if (!pane) {
@@ -287,14 +281,14 @@ QString PanelSimulator::handleLine(const QString &line) {
         connected_ = true;
         return ok(QStringLiteral("model %1 connected; %2")
                       .arg(options_.modelType)
-                      .arg(notifyPane(kDeviceConnect)));
+                      .arg(notifyPane(PreferenceCode::DeviceConnect)));
     }
     if (verb == QLatin1String("disconnect")) {
         if (!setState("currentDeviceType", PlistValue(0))) {
             return error(QStringLiteral("cannot write the shared state file"));
         }
         connected_ = false;
-        return ok(QStringLiteral("disconnected; ") + notifyPane(kDeviceDisconnect));
+        return ok(QStringLiteral("disconnected; ") + notifyPane(PreferenceCode::DeviceDisconnect));
     }
     if (verb == QLatin1String("driver")) {
         bool on = false;
@@ -304,22 +298,23 @@ QString PanelSimulator::handleLine(const QString &line) {
         if (!setState("DriverEnable", PlistValue(on))) {
             return error(QStringLiteral("cannot write the shared state file"));
         }
-        return ok(QStringLiteral("driver %1; %2")
-                      .arg(on ? QStringLiteral("enabled") : QStringLiteral("disabled"),
-                           notifyPane(on ? kReload : kDriverDisable)));
+        return ok(
+            QStringLiteral("driver %1; %2")
+                .arg(on ? QStringLiteral("enabled") : QStringLiteral("disabled"),
+                     notifyPane(on ? PreferenceCode::Reload : PreferenceCode::DriverDisable)));
     }
     if (verb == QLatin1String("reload")) {
-        return ok(notifyPane(kReload));
+        return ok(notifyPane(PreferenceCode::Reload));
     }
     if (verb == QLatin1String("page")) {
         int page = -1;
         if (!parseInt(arg, &page) || page < 0 || page > 3) {
             return error(QStringLiteral("page must be 0, 1, 2 or 3"));
         }
-        return ok(notifyPane(static_cast<std::uint8_t>(page)));
+        return ok(notifyPane(*selectPageCode(page)));
     }
     if (verb == QLatin1String("next")) {
-        return ok(notifyPane(kNextSimpleCalibration));
+        return ok(notifyPane(PreferenceCode::NextSimpleCalibration));
     }
     if (verb == QLatin1String("refresh")) {
         if (!setState("RefreshCalibrationType", PlistValue(true))) {

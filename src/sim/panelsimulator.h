@@ -11,6 +11,7 @@
 #include <memory>
 #include <optional>
 
+#include "commands.h"
 #include "messageport.h"
 #include "settings_dict.h"
 
@@ -55,7 +56,7 @@ class PanelSimulator : public QObject {
     void logCommand(const QByteArray &data);
     QString installSampleLists();
     bool writeState(const SettingsDict &items);
-    QString notifyPane(std::uint8_t code);
+    QString notifyPane(PreferenceCode code);
     void note(const QString &text) const;
 
     SimOptions options_;

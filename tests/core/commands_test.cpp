@@ -126,5 +126,18 @@ TEST(CommandsDeathTest, BuilderWithTheWrongWidthIsCaughtInDebugBuilds) {
     EXPECT_DEBUG_DEATH(makeCommand(COMMAND_SET_DOUBLE_CLICK_RANGE), "payload width");
 }
 
+TEST(CommandsTest, PageCodesExistForTheFourPagesOnly) {
+    const std::pair<int, std::optional<PreferenceCode>> cases[] = {
+        {-1, std::nullopt},
+        {0, PreferenceCode::SelectCalibrationPage},
+        {2, PreferenceCode::SelectHardwareInfoPage},
+        {3, PreferenceCode::SelectVersionPage},
+        {4, std::nullopt},
+    };
+    for (const auto &[page, expected] : cases) {
+        EXPECT_EQ(selectPageCode(page), expected) << "page " << page;
+    }
+}
+
 }  // namespace
 }  // namespace tavix
