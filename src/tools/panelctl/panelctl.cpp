@@ -721,7 +721,7 @@ int run(const QStringList &args) {
                     return key == "PreferenceFolderName" ? folder : key;
                 });
             }
-        } else if (a.startsWith(u'-') && a.size() > 1 && !(inv.command == QLatin1String("set"))) {
+        } else if (a.startsWith(u'-') && a.size() > 1 && !a[1].isDigit()) {
             return badInput(QStringLiteral("unknown option %1 (see --help)").arg(a));
         } else if (inv.command.isEmpty()) {
             inv.command = a;

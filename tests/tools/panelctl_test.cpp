@@ -1,0 +1,356 @@
+// tavix-panelctl run as a process on a private session bus, against the panel simulator or a
+// stand-in daemon in this process that answers with hardware reports.
+#include <QFile>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <QtTest/QtTest>
+
+#include <memory>
+
+#include "commands.h"
+#include "daemonchannel.h"
+#include "hwreports.h"
+#include "messageport.h"
+#include "paths.h"
+#include "settings_store.h"
+#include "test_support.h"
+
+using namespace tavix;
+
+namespace {
+
+struct Outcome {
+    int exit = -1;
+    QString out;
+    QString err;
+};
+
+// Runs the tool while this process keeps serving its own ports.
+Outcome runTool(const QString &line) {
+    QProcess tool;
+    tool.start(QStringLiteral(TAVIX_PANELCTL), line.split(u' ', Qt::SkipEmptyParts));
+    if (!QTest::qWaitFor([&] { return tool.state() == QProcess::NotRunning; }, 15000)) {
+        tool.kill();
+        tool.waitForFinished();
+        return {};
+    }
+    return {tool.exitStatus() == QProcess::NormalExit ? tool.exitCode() : -1,
+            QString::fromUtf8(tool.readAllStandardOutput()),
+            QString::fromUtf8(tool.readAllStandardError())};
+}
+
+class Sim {
+  public:
+    explicit Sim(const test::TempRoots &roots) : log_(roots.path(QStringLiteral("sim.log"))) {}
+    ~Sim() {
+        process_.terminate();
+        process_.waitForFinished(5000);
+    }
+    bool start(const QStringList &args = {}) {
+        process_.start(
+            QStringLiteral(TAVIX_PANEL_SIM),
+            QStringList{QStringLiteral("--quiet"), QStringLiteral("--log"), log_} + args);
+        return QTest::qWaitFor([&] { return process_.canReadLine(); }, 10000) &&
+               process_.readLine().startsWith("ready:");
+    }
+    QStringList log() const {
+        QFile file(log_);
+        if (!file.open(QIODevice::ReadOnly)) {
+            return {};
+        }
+        return QString::fromLatin1(file.readAll()).split(u'\n', Qt::SkipEmptyParts);
+    }
+
+  private:
+    QString log_;
+    QProcess process_;
+};
+
+// The daemon's part for the hardware queries: answers each command and then sends the report
+// the test gives for it on "HardwareInfoFromDaemon".
+struct ReportingDaemon {
+    std::map<int, std::vector<QByteArray>> reports;              // by command code
+    QByteArray selfTestReply = QByteArray::fromHex("03010000");  // hardware type 259
+    std::unique_ptr<LocalMessagePort> port = LocalMessagePort::create(
+        QString::fromLatin1(kDaemonPortName), [this](qint32, const QByteArray &data) {
+            const int code = data.isEmpty() ? -1 : static_cast<std::uint8_t>(data[0]);
+            const std::vector<QByteArray> toSend = reports[code];
+            QTimer::singleShot(20, [toSend] {
+                auto target =
+                    RemoteMessagePort::lookup(QString::fromLatin1(panelctl::kHardwarePortName));
+                for (const QByteArray &report : toSend) {
+                    if (target) {
+                        target->sendRequest(0, report, 1.0, 1.0);
+                    }
+                }
+            });
+            return code == COMMAND_START_SELF_TEST ? selfTestReply : QByteArray();
+        });
+};
+
+void writeState(int model) {
+    SettingsDict state = utilitiesDefaults();
+    state.set("currentDeviceType", PlistValue(model));
+    QVERIFY(writePlistFileAtomically(state, getUilitiesFilePath()));
+    QVERIFY(writePlistFileAtomically(settingItemsDefaults(), getSettingsFilePath(model)));
+    QVERIFY(QFile::copy(QStringLiteral(TAVIX_DATA_DIR "/DeviceList.plist"),
+                        QString::fromStdString(getSupportDeviceListFilePath())));
+}
+
+}  // namespace
+
+class PanelCtlTest : public QObject {
+    Q_OBJECT
+
+  private:
+    std::unique_ptr<test::TempRoots> roots_;
+
+  private Q_SLOTS:
+    void initTestCase() {
+        setLocalizedStringLookup([](const std::string &key) {
+            return key == "PreferenceFolderName" ? std::string("TavixTouchPanel") : key;
+        });
+    }
+    void init() { roots_ = std::make_unique<test::TempRoots>(); }
+    void cleanup() { roots_.reset(); }
+
+    // Each command line, the bytes the daemon receives (none for a refused command), the exit
+    // status, and a piece of the error line naming what is valid.
+    void commandsSendTheirBytesOrNothing() {
+        Sim sim(*roots_);
+        QVERIFY(sim.start());
+        const struct {
+            const char *line;
+            int exit;
+            const char *bytes;
+            const char *error;
+        } rows[] = {
+            {"set range 8", 0, "01 08 00", ""},
+            {"set range 128", 0, "01 80 00", ""},
+            {"set speed 0.5", 0, "02 00 00 00 00 00 00 E0 3F", ""},
+            {"set swipe off", 0, "08 00 00", ""},
+            {"set two-finger-rotation on", 0, "09 01 00", ""},
+            {"set pinch off", 0, "0B 00 00", ""},
+            {"set button1 off", 0, "0D 00 00", ""},
+            {"set button2 on", 0, "0E 01 00", ""},
+            {"set input-mode pen", 0, "0F 02 00", ""},
+            {"set resolution-notice off", 0, "10 00 00", ""},
+            {"set eraser-area on", 0, "11 01 00", ""},
+            {"set calibration-type manual", 0, "12 01 00", ""},
+            {"set simple-setting 2", 0, "13 02 00", ""},
+            {"set rotation 270", 0, "15 03 00", ""},
+            {"calibrate start", 0, "17 00 00", ""},
+            {"calibrate start --second", 0, "1F 00 00", ""},
+            {"hotkey calibration k", 0, "18 4B", ""},
+            {"hotkey simple 7", 0, "19 37", ""},
+            {"set range 7", 2, "", "from 8 to 128"},
+            {"set range 129", 2, "", "from 8 to 128"},
+            {"set range 4x", 2, "", "from 8 to 128"},
+            {"set range -1", 2, "", "from 8 to 128"},
+            {"set speed 0.29", 2, "", "0.30 to 1.00"},
+            {"set speed nan", 2, "", "0.30 to 1.00"},
+            {"set swipe yes", 2, "", "on, off"},
+            {"set input-mode 1", 2, "", "standard, handwrite, pen"},
+            {"set calibration-type auto", 2, "", "simple, manual"},
+            {"set simple-setting 3", 2, "", "from 0 to 2"},
+            {"set rotation 45", 2, "", "0, 90, 180, 270"},
+            {"set volume 3", 2, "", "valid names: range, speed"},
+            {"set range", 2, "", "set takes NAME VALUE"},
+            {"set range 40 41", 2, "", "set takes NAME VALUE"},
+            {"calibrate stop", 2, "", "calibrate takes"},
+            {"calibrate start --second --bogus", 2, "", "unknown option --bogus"},
+            {"hotkey calibration 7", 2, "", "already the simple hot key"},
+            {"hotkey simple K", 2, "", "already the calibration hot key"},
+            {"hotkey calibration ab", 2, "", "one ASCII letter or digit"},
+            {"hotkey calibration !", 2, "", "one ASCII letter or digit"},
+            {"hotkey calibration \xc3\xa9", 2, "", "one ASCII letter or digit"},
+            {"hotkey pen A", 2, "", "valid: calibration, simple"},
+            {"page 4", 2, "", "valid: 0, 1, 2, 3, calibration"},
+            {"page -1", 2, "", "valid: 0, 1, 2, 3"},
+            {"set --range 40", 2, "", "unknown option --range"},
+            {"reboot", 2, "", "commands: status, get, set"},
+            {"", 2, "", "missing command"},
+            {"status now", 2, "", "takes no arguments"},
+            {"get volume", 2, "", "valid names:"},
+            {"set range 40 --second", 2, "", "--second belongs to"},
+            {"dip --timeout 0", 2, "", "--timeout takes"},
+        };
+        for (const auto &row : rows) {
+            const qsizetype before = sim.log().size();
+            const Outcome o = runTool(QString::fromUtf8(row.line));
+            QVERIFY2(o.exit == row.exit, qPrintable(QStringLiteral("%1: exit %2, %3")
+                                                        .arg(QLatin1String(row.line))
+                                                        .arg(o.exit)
+                                                        .arg(o.err)));
+            QCOMPARE(sim.log().mid(before).join(u'|'), QString::fromLatin1(row.bytes));
+            QVERIFY2(o.err.contains(QString::fromUtf8(row.error)), qPrintable(o.err));
+            QCOMPARE(o.err.count(u'\n'), row.exit == 0 ? 0 : 1);
+        }
+        // The accepted hot keys were stored as the Calibration page stores them.
+        const SettingsDict settings = *readPlistFile(getSettingsFilePath(317));
+        QCOMPARE(settings.stringValue("CalibrationHotKey"), std::string("K"));
+        QCOMPARE(settings.stringValue("SimpleHotKey"), std::string("7"));
+    }
+
+    // What the driver side records comes back through get and status, as text and JSON.
+    void readingsShowWhatTheDriverRecorded() {
+        Sim sim(*roots_);
+        QVERIFY(sim.start());
+        for (const char *line :
+             {"set range 64", "set rotation 90", "set input-mode handwrite", "set swipe off"}) {
+            QCOMPARE(runTool(QLatin1String(line)).exit, 0);
+        }
+        const struct {
+            const char *line;
+            const char *expected;
+        } rows[] = {
+            {"get range", "64\n"},
+            {"get rotation", "90\n"},
+            {"get input-mode", "handwrite\n"},
+            {"get swipe", "off\n"},
+            {"get simple-hotkey", "S\n"},
+            {"get speed --json", "{\"speed\":0.5}\n"},
+        };
+        for (const auto &row : rows) {
+            const Outcome o = runTool(QLatin1String(row.line));
+            QCOMPARE(o.exit, 0);
+            QCOMPARE(o.out, QLatin1String(row.expected));
+        }
+        const Outcome all = runTool(QStringLiteral("get"));
+        QVERIFY2(all.out.startsWith(QStringLiteral("range: 64\n")), qPrintable(all.out));
+        QCOMPARE(all.out.count(u'\n'), 15);
+
+        const Outcome status = runTool(QStringLiteral("status"));
+        QVERIFY(status.out.startsWith(
+            QStringLiteral("model: 317 (Tavix TX-317)\ndaemon: running\ndriver: enabled\npage: 0 "
+                           "(Calibration)\n")));
+        QVERIFY(status.out.contains(QStringLiteral("  DoubleClickRange: 64\n")));
+        const QJsonObject json =
+            QJsonDocument::fromJson(runTool(QStringLiteral("status --json")).out.toUtf8()).object();
+        QCOMPARE(json[QStringLiteral("modelName")].toString(), QStringLiteral("Tavix TX-317"));
+        QCOMPARE(json[QStringLiteral("daemonRunning")].toBool(), true);
+        QCOMPARE(json[QStringLiteral("settings")][QStringLiteral("RotateMode")].toInt(), 1);
+    }
+
+    void daemonAbsentOrSilent() {
+        writeState(317);
+        const auto stored = readPlistFile(getSettingsFilePath(317));
+        for (const char *line :
+             {"set range 40", "calibrate start", "hotkey calibration Q", "dip", "selftest"}) {
+            const Outcome o = runTool(QLatin1String(line));
+            QCOMPARE(o.exit, 3);
+            QCOMPARE(o.err, QStringLiteral("tavix-panelctl: the driver daemon is not running\n"));
+        }
+        QCOMPARE(readPlistFile(getSettingsFilePath(317)), stored);  // the hot key was not stored
+        QVERIFY(
+            runTool(QStringLiteral("status")).out.contains(QStringLiteral("daemon: not running")));
+
+        Sim sim(*roots_);
+        QVERIFY(sim.start({QStringLiteral("--never-reply")}));
+        const Outcome silent = runTool(QStringLiteral("set range 40"));
+        QCOMPARE(silent.exit, 4);
+        QVERIFY(silent.err.contains(QStringLiteral("no reply")));
+    }
+
+    void hardwareReportsAreDecoded() {
+        writeState(259);
+        ReportingDaemon daemon;
+        QVERIFY(daemon.port);
+        daemon.reports[COMMAND_GET_DIP_SW] = {QByteArray::fromHex("00f7")};
+        daemon.reports[COMMAND_GET_CHECKSUM_AND_VERSION] = {
+            QByteArray::fromHex("00"),  // another report type is passed over
+            QByteArray::fromHex("063412002301ff")};
+        // Two reports make one run; the last record's point is beyond the area's 90 points.
+        daemon.reports[COMMAND_START_SELF_TEST] = {QByteArray::fromHex("01"
+                                                                       "01010000000000"
+                                                                       "01020000100000"
+                                                                       "02010000010000"),
+                                                   QByteArray::fromHex("01"
+                                                                       "03010000110000"
+                                                                       "04010000000000"
+                                                                       "045b0000110000")};
+        const struct {
+            const char *line;
+            const char *expected;
+        } rows[] = {
+            {"dip", "DIP switches 1-8: 1 0 0 0 0 0 0 0\n"},
+            {"dip --json", "{\"dipSwitches\":[1,0,0,0,0,0,0,0]}\n"},
+            {"firmware", "firmware version: 1.23\nchecksum: 1234 (OK)\n"},
+            {"selftest",
+             "self-test of Tavix TX-259 (hardware type 259)\n"
+             "  Top: LED check, sensor OK (2 points)\n"
+             "  Bottom: LED OK, sensor all failed (1 points)\n"
+             "  Left: LED all failed, sensor all failed (1 points)\n"
+             "  Right: LED OK, sensor OK (1 points)\n"
+             "  fault: Top point 2: LED\n"
+             "  fault: Bottom point 1: sensor\n"
+             "  fault: Left point 1: LED sensor\n"},
+        };
+        for (const auto &row : rows) {
+            const Outcome o = runTool(QLatin1String(row.line));
+            QVERIFY2(o.exit == 0, qPrintable(o.err));
+            QCOMPARE(o.out, QLatin1String(row.expected));
+        }
+        // Too short for its layout: ignored, so no report comes in time.
+        daemon.reports[COMMAND_GET_DIP_SW] = {QByteArray::fromHex("00")};
+        QCOMPARE(runTool(QStringLiteral("dip --timeout 300")).exit, 4);
+        // The settings window's Hardware information page holds the report port.
+        auto window =
+            LocalMessagePort::create(QString::fromLatin1(panelctl::kHardwarePortName),
+                                     [](qint32, const QByteArray &) { return QByteArray(); });
+        const Outcome held = runTool(QStringLiteral("firmware"));
+        QCOMPARE(held.exit, 1);
+        QVERIFY(held.err.contains(QStringLiteral("settings window holds the port")));
+    }
+
+    void pageGoesToTheRunningWindowOrTheStateFile() {
+        writeState(317);
+        QCOMPARE(runTool(QStringLiteral("page hardware")).exit, 0);
+        QCOMPARE(readPlistFile(getUilitiesFilePath())->intValue("currentPageIndex"), 2);
+        QByteArrayList received;
+        auto pane = LocalMessagePort::create(QString::fromLatin1(kPreferencePortName),
+                                             [&](qint32, const QByteArray &data) {
+                                                 received << data;
+                                                 return QByteArray();
+                                             });
+        QCOMPARE(runTool(QStringLiteral("page 3")).exit, 0);
+        QCOMPARE(received, QByteArrayList{QByteArray(1, '\x03')});
+        QCOMPARE(readPlistFile(getUilitiesFilePath())->intValue("currentPageIndex"), 2);
+    }
+
+    void watchPrintsEachChangeUntilStopped() {
+        writeState(317);
+        QProcess watch;
+        watch.start(QStringLiteral(TAVIX_PANELCTL), {QStringLiteral("watch")});
+        QVERIFY(watch.waitForStarted());
+        QTest::qWait(500);
+        QVERIFY(saveItemToInfoPlist(PlistValue(3), "currentPageIndex"));
+        SettingsDict change;
+        change.set("DoubleClickRange", PlistValue(99));
+        QVERIFY(saveSettingItemsToPlist(change, getSettingsFilePath(317)));
+        QVERIFY(QTest::qWaitFor([&] { return watch.bytesAvailable() > 80; }, 5000));
+        watch.terminate();
+        QVERIFY(watch.waitForFinished(5000));
+        QCOMPARE(watch.exitCode(), 0);
+        QCOMPARE(QString::fromUtf8(watch.readAllStandardOutput()),
+                 QStringLiteral("Utilities.plist currentPageIndex: 0 -> 3\n"
+                                "Settings_317.plist DoubleClickRange: 32 -> 99\n"));
+    }
+
+    void helpForTheToolAndEachCommand() {
+        for (const char *command : {"status", "get", "set", "calibrate", "hotkey", "page", "dip",
+                                    "firmware", "selftest", "watch"}) {
+            const Outcome o = runTool(QStringLiteral("%1 --help").arg(QLatin1String(command)));
+            QCOMPARE(o.exit, 0);
+            QVERIFY(o.out.startsWith(
+                QStringLiteral("Usage: tavix-panelctl %1").arg(QLatin1String(command))));
+        }
+        const Outcome overview = runTool(QStringLiteral("--help"));
+        QCOMPARE(overview.exit, 0);
+        QVERIFY(overview.out.contains(QStringLiteral("Exit status: 0 done")));
+    }
+};
+
+QTEST_GUILESS_MAIN(PanelCtlTest)
+#include "panelctl_test.moc"
