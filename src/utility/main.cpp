@@ -2,7 +2,6 @@
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QLocale>
-#include <QTranslator>
 
 #include <cstdio>
 
@@ -15,15 +14,7 @@ int main(int argc, char *argv[]) {
     QApplication::setApplicationVersion(QStringLiteral(TAVIX_VERSION));
     QApplication::setQuitOnLastWindowClosed(false);
 
-    // English first, as the fallback for every locale, then the locale's own table.
-    for (const QString &language : {QStringLiteral("en"), QLocale().name().left(2)}) {
-        auto *translator = new QTranslator(&app);
-        if (translator->load(QStringLiteral(":/i18n/utility_%1.qm").arg(language))) {
-            QApplication::installTranslator(translator);
-        } else {
-            delete translator;
-        }
-    }
+    tavix::installUtilityTranslations(QLocale());
 
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral(

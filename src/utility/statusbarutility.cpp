@@ -12,6 +12,9 @@
 #include <QStandardPaths>
 #include <QSystemTrayIcon>
 #include <QTimer>
+#include <QTranslator>
+
+#include <vector>
 
 #include "commands.h"
 #include "daemonchannel.h"
@@ -30,6 +33,21 @@ SettingsDict modelSettings(std::int32_t model) {
 }
 
 }  // namespace
+
+void installUtilityTranslations(const QLocale &locale) {
+    static std::vector<std::unique_ptr<QTranslator>> installed;
+    for (const auto &translator : installed) {
+        QCoreApplication::removeTranslator(translator.get());
+    }
+    installed.clear();
+    for (const QString &language : {QStringLiteral("en"), locale.name().left(2)}) {
+        auto translator = std::make_unique<QTranslator>();
+        if (translator->load(QStringLiteral(":/i18n/utility_%1.qm").arg(language)) &&
+            QCoreApplication::installTranslator(translator.get())) {
+            installed.push_back(std::move(translator));
+        }
+    }
+}
 
 bool startSettingsWindowProgram() {
     const QString beside =

@@ -13,6 +13,7 @@
 #include <memory>
 
 class QAction;
+class QLocale;
 class QActionGroup;
 class QMenu;
 class QSystemTrayIcon;
@@ -79,6 +80,10 @@ class StatusBarUtility : public QObject {
     QString modelName_;
     bool known_ = false;
 };
+
+// English first, as the fallback for every locale, then the locale's own table (replacing
+// the tables of an earlier call).
+void installUtilityTranslations(const QLocale &locale);
 
 // The settings window next to this program, else the one on the PATH.
 bool startSettingsWindowProgram();

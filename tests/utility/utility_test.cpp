@@ -1,0 +1,244 @@
+// The status-bar utility in this process (and once as its own program) on a private bus, with
+// a stand-in daemon and settings window that record what reaches them.
+#include <QAction>
+#include <QFile>
+#include <QMenu>
+#include <QProcess>
+#include <QSignalSpy>
+#include <QSystemTrayIcon>
+#include <QtTest/QtTest>
+
+#include <memory>
+
+#include "commands.h"
+#include "daemonchannel.h"
+#include "messageport.h"
+#include "paths.h"
+#include "settings_store.h"
+#include "statusbarutility.h"
+#include "test_support.h"
+
+using namespace tavix;
+using State = StatusBarUtility::PanelState;
+
+namespace {
+
+// A port that records each message in hex.
+struct Recorder {
+    QStringList messages;
+    std::unique_ptr<LocalMessagePort> port;
+    explicit Recorder(const char *name)
+        : port(LocalMessagePort::create(QString::fromLatin1(name),
+                                        [this](qint32, const QByteArray &data) {
+                                            messages << test::hexBytes(data);
+                                            return QByteArray();
+                                        })) {}
+};
+
+void writeState(int model, bool driver, bool showMenu = true) {
+    SettingsDict state;
+    state.set("currentPageIndex", PlistValue(0));
+    state.set("isShowStatuMenu", PlistValue(showMenu));
+    state.set("DriverEnable", PlistValue(driver));
+    state.set("currentDeviceType", PlistValue(model));
+    QVERIFY(writePlistFileAtomically(state, getUilitiesFilePath()));
+}
+
+QAction *action(const StatusBarUtility &u, const char *name) {
+    return u.menu()->findChild<QAction *>(QLatin1String(name));
+}
+
+}  // namespace
+
+class UtilityTest : public QObject {
+    Q_OBJECT
+
+  private:
+    std::unique_ptr<test::TempRoots> roots_;
+    int launches_ = 0;
+    std::unique_ptr<StatusBarUtility> make() {
+        return std::make_unique<StatusBarUtility>(StatusBarUtility::Options{
+            std::chrono::milliseconds(500), [this] { return ++launches_, true; }});
+    }
+
+  private Q_SLOTS:
+    void initTestCase() {
+        setLocalizedStringLookup([](const std::string &key) {
+            return key == "PreferenceFolderName" ? std::string("TavixTouchPanel") : key;
+        });
+        installUtilityTranslations(QLocale(QLocale::English));
+    }
+    void init() {
+        roots_ = std::make_unique<test::TempRoots>();
+        launches_ = 0;
+        QVERIFY(QFile::copy(QStringLiteral(TAVIX_DATA_DIR "/DeviceList.plist"),
+                            QString::fromStdString(getSupportDeviceListFilePath())));
+    }
+    void cleanup() { roots_.reset(); }
+
+    void startsOnlyWhenWantedAndOnlyOnce() {
+        const QString port = QString::fromLatin1(kStatusBarPortName);
+        writeState(317, true, false);
+        auto u = make();
+        QCOMPARE(u->start(), StatusBarUtility::StartResult::NotWanted);
+        QVERIFY(!RemoteMessagePort::lookup(port));
+        writeState(317, true, true);
+        QCOMPARE(u->start(), StatusBarUtility::StartResult::Started);
+        QVERIFY(RemoteMessagePort::lookup(port));
+        QCOMPARE(make()->start(), StatusBarUtility::StartResult::AlreadyRunning);
+        QVERIFY(u->trayIcon() != nullptr);
+    }
+
+    void quitsOnTheExactRequestOnly() {
+        writeState(317, true);
+        auto u = make();
+        QCOMPARE(u->start(), StatusBarUtility::StartResult::Started);
+        QSignalSpy quits(u.get(), &StatusBarUtility::quitRequested);
+        const struct {
+            qint32 msgid;
+            QByteArray data;
+            bool quits;
+        } rows[] = {
+            {0, "SBQT", false},
+            {kStatusBarQuitMsgId, "SBQ", false},
+            {kStatusBarQuitMsgId, "SBQTX", false},
+            {kStatusBarQuitMsgId, "", false},
+            {kStatusBarQuitMsgId, "SBQT", true},
+        };
+        for (const auto &row : rows) {
+            std::optional<PortReply> reply;
+            RemoteMessagePort::lookup(QString::fromLatin1(kStatusBarPortName))
+                ->sendRequest(row.msgid, row.data, 1.0, 1.0,
+                              [&](const PortReply &r) { reply = r; });
+            QVERIFY(QTest::qWaitFor([&] { return reply.has_value(); }, 5000));
+            QVERIFY(reply->ok && reply->reply.isEmpty());
+            QTest::qWait(20);
+            QCOMPARE(quits.count(), row.quits ? 1 : 0);
+        }
+    }
+
+    // Changes of the shared state file show within a second (the poll runs every 500 ms).
+    void iconAndToolTipFollowTheStateFile() {
+        writeState(0, true);
+        auto u = make();
+        QCOMPARE(u->start(), StatusBarUtility::StartResult::Started);
+        const struct {
+            int model;
+            bool driver;
+            State state;
+            const char *tip;
+        } rows[] = {
+            {317, true, State::Connected, "Touch panel connected: Tavix TX-317"},
+            {317, false, State::DriverDisabled, "The touch panel driver is disabled"},
+            {999, true, State::Connected, "Touch panel connected: 999"},
+            {0, true, State::NoPanel, "No touch panel connected"},
+        };
+        // One picture per state, different for each.
+        std::map<State, QImage> pictures;
+        for (const auto &row : rows) {
+            writeState(row.model, row.driver);
+            QVERIFY(QTest::qWaitFor(
+                [&] { return u->state() == row.state && u->modelType() == row.model; }, 1000));
+            QCOMPARE(u->trayIcon()->toolTip(), QLatin1String(row.tip));
+            const QImage now = u->trayIcon()->icon().pixmap(32).toImage();
+            for (const auto &[state, picture] : pictures) {
+                QCOMPARE(picture == now, state == row.state);
+            }
+            pictures[row.state] = now;
+        }
+        installUtilityTranslations(QLocale(QLocale::German));
+        writeState(317, false);
+        QVERIFY(QTest::qWaitFor([&] { return u->state() == State::DriverDisabled; }, 1000));
+        QCOMPARE(u->trayIcon()->toolTip(),
+                 QStringLiteral("Der Touch-Panel-Treiber ist deaktiviert"));
+        installUtilityTranslations(QLocale(QLocale::English));
+    }
+
+    // The calibration actions send what the Calibration page sends, and only with a panel.
+    void calibrationActionsSendThePagesBytes() {
+        writeState(317, true);
+        SettingsDict settings = settingItemsDefaults();
+        settings.set("CalibrationType", PlistValue(2));
+        QVERIFY(writePlistFileAtomically(settings, getSettingsFilePath(317)));
+        Recorder daemon(kDaemonPortName);
+        auto u = make();
+        QCOMPARE(u->start(), StatusBarUtility::StartResult::Started);
+        const struct {
+            int model;
+            const char *action;
+            const char *bytes;
+        } rows[] = {
+            {317, "startCalibration", "1F 00 00"},  // the second manual calibration is stored
+            {317, "simpleCalibration", "12 00 00"},
+            {317, "manualCalibration", "12 01 00"},
+            {317, "simpleSetting0", "13 00 00"},
+            {317, "simpleSetting2", "13 02 00"},
+            {259, "startCalibration", "17 00 00"},
+            {0, "manualCalibration", ""},
+            {0, "startCalibration", ""},
+        };
+        for (const auto &row : rows) {
+            writeState(row.model, true);
+            if (row.model != 0 && !pathExists(getSettingsFilePath(row.model))) {
+                QVERIFY(writePlistFileAtomically(settings, getSettingsFilePath(row.model)));
+            }
+            QVERIFY(QTest::qWaitFor([&] { return u->modelType() == row.model; }, 1000));
+            Q_EMIT u->menu()->aboutToShow();
+            daemon.messages.clear();
+            action(*u, row.action)->trigger();
+            QTest::qWait(100);
+            QCOMPARE(daemon.messages.join(u'|'), QLatin1String(row.bytes));
+        }
+    }
+
+    void pagesGoToTheRunningWindowOrStartIt() {
+        writeState(317, true);
+        auto u = make();
+        QCOMPARE(u->start(), StatusBarUtility::StartResult::Started);
+        action(*u, "page2")->trigger();
+        QCOMPARE(readPlistFile(getUilitiesFilePath())->intValue("currentPageIndex"), 2);
+        QCOMPARE(launches_, 1);
+        Recorder window(kPreferencePortName);
+        action(*u, "page3")->trigger();
+        QVERIFY(QTest::qWaitFor([&] { return !window.messages.isEmpty(); }, 5000));
+        QCOMPARE(window.messages, QStringList{QStringLiteral("03")});
+        QCOMPARE(launches_, 1);
+        QCOMPARE(readPlistFile(getUilitiesFilePath())->intValue("currentPageIndex"), 2);
+    }
+
+    // The program itself: switched off, a second copy, and the quit request.
+    void programRefusesAndQuitsAsAsked() {
+        const auto runUtility = [](QProcess &p) {
+            p.start(QStringLiteral(TAVIX_UTILITY), QStringList());
+            return p.waitForStarted(5000);
+        };
+        writeState(317, true, false);
+        QProcess off;
+        QVERIFY(runUtility(off));
+        QVERIFY(off.waitForFinished(5000));
+        QCOMPARE(off.exitCode(), 0);
+        QVERIFY(off.readAllStandardError().contains("\"isShowStatuMenu\" is false"));
+
+        writeState(317, true, true);
+        QProcess first, second;
+        QVERIFY(runUtility(first));
+        QVERIFY(QTest::qWaitFor(
+            [] {
+                return RemoteMessagePort::lookup(QString::fromLatin1(kStatusBarPortName))
+                    .has_value();
+            },
+            5000));
+        QVERIFY(runUtility(second));
+        QVERIFY(second.waitForFinished(5000));
+        QCOMPARE(second.exitCode(), 1);
+        QVERIFY(second.readAllStandardError().contains("another copy is already running"));
+        RemoteMessagePort::lookup(QString::fromLatin1(kStatusBarPortName))
+            ->sendRequest(kStatusBarQuitMsgId, kStatusBarQuitData, 1.0, 1.0);
+        QVERIFY(QTest::qWaitFor([&] { return first.state() == QProcess::NotRunning; }, 5000));
+        QCOMPARE(first.exitStatus(), QProcess::NormalExit);
+        QCOMPARE(first.exitCode(), 0);
+    }
+};
+
+QTEST_MAIN(UtilityTest)
+#include "utility_test.moc"
