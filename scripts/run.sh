@@ -51,6 +51,15 @@ if [ -z "${TAVIX_SYSTEM_LIBRARY:-}" ]; then
   fi
 fi
 
+# The pane's check box starts whatever stands at the status-bar utility's path: a link to the
+# built utility. The utility finds the settings window on the PATH.
+utility="$build/src/utility/TavixTouchSettingUtility"
+app_dir="$TAVIX_SYSTEM_LIBRARY/Application Support/TavixTouchPanel/StatusBarApp"
+if [ -x "$utility" ] && mkdir -p "$app_dir"; then
+  ln -sfn "$utility" "$app_dir/TavixTouchSettingUtility.app"
+fi
+export PATH="$build/src/host:$build/src/tools/panelctl:$PATH"
+
 if [ ! -x "$sim" ]; then
   echo "run.sh: the panel simulator is not built yet ($sim)" >&2
   exit 1

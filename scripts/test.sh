@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Builds and runs the whole test suite twice: once in the dev preset (debug, warnings as errors)
 # and once under AddressSanitizer + UndefinedBehaviorSanitizer. Any failure or sanitizer report
-# fails the run. Set TAVIX_SKIP_ASAN=1 to run the dev pass only while iterating.
+# fails the run. Set TAVIX_SKIP_ASAN=1 to run the dev pass only while iterating. Then it builds
+# and checks the Debian package (scripts/package.sh; TAVIX_SKIP_PACKAGE=1 skips it).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -20,3 +21,6 @@ for preset in "${presets[@]}"; do
   echo "== $preset: tests"
   ctest --preset "$preset" -j "$jobs"
 done
+
+# The Debian package: lintian without errors, programs runnable from an unpacked copy.
+[ "${TAVIX_SKIP_PACKAGE:-0}" = 1 ] || scripts/package.sh
