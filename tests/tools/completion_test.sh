@@ -13,12 +13,9 @@ check() {  # expected, then the words typed (the last one is being completed)
     fi
 }
 check "status set selftest" s
-check "swipe" set sw
 check "on off" set pinch ""
-check "standard handwrite pen" set input-mode ""
 check "0 90 180 270" set rotation ""
 check "calibration simple" hotkey ""
-check "start" calibrate ""
 check "--json" --js
 check "" set range ""
 exit $fails

@@ -4,7 +4,6 @@
 #include <QFile>
 #include <QMenu>
 #include <QProcess>
-#include <QSignalSpy>
 #include <QSystemTrayIcon>
 #include <QtTest/QtTest>
 
@@ -36,8 +35,7 @@ struct Recorder {
 };
 
 void writeState(int model, bool driver, bool showMenu = true) {
-    SettingsDict state;
-    state.set("currentPageIndex", PlistValue(0));
+    SettingsDict state = utilitiesDefaults();
     state.set("isShowStatuMenu", PlistValue(showMenu));
     state.set("DriverEnable", PlistValue(driver));
     state.set("currentDeviceType", PlistValue(model));
@@ -75,47 +73,6 @@ class UtilityTest : public QObject {
                             QString::fromStdString(getSupportDeviceListFilePath())));
     }
     void cleanup() { roots_.reset(); }
-
-    void startsOnlyWhenWantedAndOnlyOnce() {
-        const QString port = QString::fromLatin1(kStatusBarPortName);
-        writeState(317, true, false);
-        auto u = make();
-        QCOMPARE(u->start(), StatusBarUtility::StartResult::NotWanted);
-        QVERIFY(!RemoteMessagePort::lookup(port));
-        writeState(317, true, true);
-        QCOMPARE(u->start(), StatusBarUtility::StartResult::Started);
-        QVERIFY(RemoteMessagePort::lookup(port));
-        QCOMPARE(make()->start(), StatusBarUtility::StartResult::AlreadyRunning);
-        QVERIFY(u->trayIcon() != nullptr);
-    }
-
-    void quitsOnTheExactRequestOnly() {
-        writeState(317, true);
-        auto u = make();
-        QCOMPARE(u->start(), StatusBarUtility::StartResult::Started);
-        QSignalSpy quits(u.get(), &StatusBarUtility::quitRequested);
-        const struct {
-            qint32 msgid;
-            QByteArray data;
-            bool quits;
-        } rows[] = {
-            {0, "SBQT", false},
-            {kStatusBarQuitMsgId, "SBQ", false},
-            {kStatusBarQuitMsgId, "SBQTX", false},
-            {kStatusBarQuitMsgId, "", false},
-            {kStatusBarQuitMsgId, "SBQT", true},
-        };
-        for (const auto &row : rows) {
-            std::optional<PortReply> reply;
-            RemoteMessagePort::lookup(QString::fromLatin1(kStatusBarPortName))
-                ->sendRequest(row.msgid, row.data, 1.0, 1.0,
-                              [&](const PortReply &r) { reply = r; });
-            QVERIFY(QTest::qWaitFor([&] { return reply.has_value(); }, 5000));
-            QVERIFY(reply->ok && reply->reply.isEmpty());
-            QTest::qWait(20);
-            QCOMPARE(quits.count(), row.quits ? 1 : 0);
-        }
-    }
 
     // Changes of the shared state file show within a second (the poll runs every 500 ms).
     void iconAndToolTipFollowTheStateFile() {
@@ -232,9 +189,23 @@ class UtilityTest : public QObject {
         QVERIFY(second.waitForFinished(5000));
         QCOMPARE(second.exitCode(), 1);
         QVERIFY(second.readAllStandardError().contains("another copy is already running"));
-        RemoteMessagePort::lookup(QString::fromLatin1(kStatusBarPortName))
-            ->sendRequest(kStatusBarQuitMsgId, kStatusBarQuitData, 1.0, 1.0);
-        QVERIFY(QTest::qWaitFor([&] { return first.state() == QProcess::NotRunning; }, 5000));
+        // Only the exact request quits it; each message is answered with no data.
+        const std::pair<qint32, QByteArray> rows[] = {{0, "SBQT"},
+                                                      {kStatusBarQuitMsgId, "SBQ"},
+                                                      {kStatusBarQuitMsgId, "SBQTX"},
+                                                      {kStatusBarQuitMsgId, ""},
+                                                      {kStatusBarQuitMsgId, "SBQT"}};
+        for (const auto &[msgid, data] : rows) {
+            std::optional<PortReply> reply;
+            RemoteMessagePort::lookup(QString::fromLatin1(kStatusBarPortName))
+                ->sendRequest(msgid, data, 1.0, 1.0, [&](const PortReply &r) { reply = r; });
+            QVERIFY(QTest::qWaitFor([&] { return reply.has_value(); }, 5000));
+            QVERIFY(reply->ok && reply->reply.isEmpty());
+            const bool quits = data == kStatusBarQuitData && msgid == kStatusBarQuitMsgId;
+            QCOMPARE(QTest::qWaitFor([&] { return first.state() == QProcess::NotRunning; },
+                                     quits ? 5000 : 100),
+                     quits);
+        }
         QCOMPARE(first.exitStatus(), QProcess::NormalExit);
         QCOMPARE(first.exitCode(), 0);
     }
