@@ -324,16 +324,6 @@ class PanelCtlTest : public QObject {
                  QStringLiteral("Utilities.plist currentPageIndex: 0 -> 3\n"
                                 "Settings_317.plist DoubleClickRange: 32 -> 99\n"));
     }
-
-    void helpForTheToolAndACommand() {
-        for (const char *line : {"--help", "set --help", "watch -h"}) {
-            const Outcome o = runTool(QLatin1String(line));
-            QCOMPARE(o.exit, 0);
-            QVERIFY(o.out.startsWith(
-                QStringLiteral("Usage: tavix-panelctl ") +
-                (line[0] == '-' ? "COMMAND" : QString::fromLatin1(line).section(u' ', 0, 0))));
-        }
-    }
 };
 
 QTEST_GUILESS_MAIN(PanelCtlTest)
