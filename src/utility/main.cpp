@@ -2,6 +2,7 @@
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QLocale>
+#include <QSystemTrayIcon>
 
 #include <cstdio>
 
@@ -44,6 +45,11 @@ int main(int argc, char *argv[]) {
                          "session (it owns the port \"TTSB\"), or there is no session bus\n");
             return 1;
         case tavix::StatusBarUtility::StartResult::Started:
+            if (!QSystemTrayIcon::isSystemTrayAvailable()) {
+                std::fprintf(stderr,
+                             "TavixTouchSettingUtility: this session has no status bar "
+                             "yet; the icon shows once one appears\n");
+            }
             break;
     }
     QObject::connect(&utility, &tavix::StatusBarUtility::quitRequested, &app, &QApplication::quit,
