@@ -35,7 +35,7 @@ foreach(_entry
   set(_page ${_pkg_bin}/${_prog}.1)
   add_custom_command(OUTPUT ${_page}.gz
     COMMAND ${CMAKE_COMMAND} -E env QT_QPA_PLATFORM=offscreen
-            ${HELP2MAN_PROGRAM} --no-info --no-discard-stderr
+            ${HELP2MAN_PROGRAM} --no-info
             --version-string=${PROJECT_VERSION} --name=${_what} --output=${_page}
             $<TARGET_FILE:${_prog}>
     COMMAND ${GZIP_PROGRAM} -9nf ${_page}

@@ -35,18 +35,19 @@ constexpr double kPortTimeout = 1.0;
 struct CommandHelp {
     const char *name;
     const char *usage;
+    const char *summary;
     const char *text;
 };
 
 const CommandHelp kCommands[] = {
-    {"status", "status [--json]",
+    {"status", "status [--json]", "model, daemon, driver, page, settings file",
      "Shows the connected model and its name, whether the driver daemon is running, whether\n"
      "the driver is enabled, the page the settings window shows, and every entry of the\n"
      "model's settings file.\n"},
-    {"get", "get [NAME] [--json]",
+    {"get", "get [NAME] [--json]", "one setting or all, as set takes them",
      "Shows one setting, or all of them, the way \"set\" takes them. NAME is a setting name\n"
      "(see \"set\"), calibration-hotkey or simple-hotkey.\n"},
-    {"set", "set NAME VALUE",
+    {"set", "set NAME VALUE", "change a setting (see set --help)",
      "Asks the driver daemon to change a setting, as the settings window does. The driver\n"
      "records the new value in the model's settings file. NAME and VALUE:\n"
      "  range VALUE                double-click range, a whole number from 8 to 128\n"
@@ -59,21 +60,21 @@ const CommandHelp kCommands[] = {
      "  calibration-type simple|manual\n"
      "  simple-setting 0|1|2       the simple calibration's setting\n"
      "  rotation 0|90|180|270      the panel's rotation in degrees\n"},
-    {"calibrate", "calibrate start [--second]",
+    {"calibrate", "calibrate start [--second]", "start the manual calibration",
      "Starts the manual calibration; --second starts the second manual calibration.\n"},
-    {"hotkey", "hotkey calibration|simple KEY",
+    {"hotkey", "hotkey calibration|simple KEY", "set a calibration hot key",
      "Stores a calibration hot key (one ASCII letter or digit, used with Control+Shift) in the\n"
      "model's settings file and tells the driver daemon. The two hot keys must differ.\n"},
-    {"page", "page N",
+    {"page", "page N", "show page N in the settings window",
      "Shows page N in the settings window: 0 or calibration, 1 or properties, 2 or hardware,\n"
      "3 or version. When the window is not running the page is stored for its next start.\n"},
-    {"dip", "dip [--json] [--timeout MS]",
+    {"dip", "dip [--json] [--timeout MS]", "the eight DIP switches",
      "Asks the panel for its eight DIP switches (switch 1 first).\n"},
-    {"firmware", "firmware [--json] [--timeout MS]",
+    {"firmware", "firmware [--json] [--timeout MS]", "firmware version and checksum",
      "Asks the panel for its firmware version and checksum.\n"},
-    {"selftest", "selftest [--json] [--timeout MS]",
+    {"selftest", "selftest [--json] [--timeout MS]", "LED and sensor self-test",
      "Runs the LED and sensor self-test and shows a verdict per area and each failed point.\n"},
-    {"watch", "watch [--json]",
+    {"watch", "watch [--json]", "print changes of the shared files",
      "Prints each change of the shared state file and of the model's settings file as it\n"
      "happens, until Ctrl-C.\n"},
 };
@@ -85,6 +86,16 @@ const char kOverview[] =
     "\n"
     "Commands:\n"
     "%1\n"
+    "Settings (set NAME VALUE, get NAME):\n"
+    "  range            double-click range, 8 to 128\n"
+    "  speed            double-click time window in seconds, 0.30 to 1.00\n"
+    "  FLAG             on or off, where FLAG is swipe, pinch, two-finger-rotation,\n"
+    "                   button1, button2, resolution-notice or eraser-area\n"
+    "  input-mode       standard, handwrite or pen\n"
+    "  calibration-type  simple or manual\n"
+    "  simple-setting   0, 1 or 2\n"
+    "  rotation         0, 90, 180 or 270\n"
+    "\n"
     "Options:\n"
     "  --json           print readings as JSON (status, get, dip, firmware, selftest, watch)\n"
     "  --timeout MS     how long dip, firmware and selftest wait for the panel's report\n"
@@ -738,7 +749,9 @@ int run(const QStringList &args) {
     const CommandHelp *help = nullptr;
     for (const CommandHelp &c : kCommands) {
         names << QLatin1String(c.name);
-        list += QStringLiteral("  %1\n").arg(QLatin1String(c.usage));
+        list += QStringLiteral("  %1  %2\n")
+                    .arg(QLatin1String(c.usage), -34)
+                    .arg(QLatin1String(c.summary));
         help = inv.command == QLatin1String(c.name) ? &c : help;
     }
     if (inv.command.isEmpty()) {
