@@ -70,12 +70,19 @@ class Sim {
 // The daemon's part for the hardware queries: answers each command and then sends the report
 // the test gives for it on "HardwareInfoFromDaemon".
 struct ReportingDaemon {
-    std::map<int, std::vector<QByteArray>> reports;              // by command code
+    std::map<int, std::vector<QByteArray>> reports;  // by command code
+    std::vector<QByteArray> laterRuns;
+    std::map<int, int> calls;
     QByteArray selfTestReply = QByteArray::fromHex("03010000");  // hardware type 259
     std::unique_ptr<LocalMessagePort> port = LocalMessagePort::create(
         QString::fromLatin1(kDaemonPortName), [this](qint32, const QByteArray &data) {
             const int code = data.isEmpty() ? -1 : static_cast<std::uint8_t>(data[0]);
-            const std::vector<QByteArray> toSend = reports[code];
+            ++calls[code];
+            // A self-test run after the first may have reports of its own.
+            const std::vector<QByteArray> toSend =
+                code == COMMAND_START_SELF_TEST && calls[code] > 1 && !laterRuns.empty()
+                    ? laterRuns
+                    : reports[code];
             QTimer::singleShot(20, [toSend] {
                 auto target =
                     RemoteMessagePort::lookup(QString::fromLatin1(panelctl::kHardwarePortName));
@@ -279,6 +286,15 @@ class PanelCtlTest : public QObject {
             QVERIFY2(o.exit == 0, qPrintable(o.err));
             QCOMPARE(o.out, QLatin1String(row.expected));
         }
+        // A run that misses areas is repeated; only the last run's records count.
+        daemon.laterRuns = {daemon.reports[COMMAND_START_SELF_TEST][0]};
+        daemon.reports[COMMAND_START_SELF_TEST] = {
+            QByteArray::fromHex("01"
+                                "01010000100000")};
+        daemon.calls.clear();
+        const Outcome repeated = runTool(QStringLiteral("selftest --json"));
+        QVERIFY(repeated.out.contains("\"missingAreas\":2") && repeated.out.contains("Bottom"));
+        QCOMPARE(daemon.calls[COMMAND_START_SELF_TEST], 10);
         // Too short for its layout: ignored, so no report comes in time.
         daemon.reports[COMMAND_GET_DIP_SW] = {QByteArray::fromHex("00")};
         QCOMPARE(runTool(QStringLiteral("dip --timeout 300")).exit, 4);

@@ -545,38 +545,48 @@ int cmdSelfTest(const Invocation &inv) {
     if (const int status = listener.open(); status != kExitOk) {
         return status;
     }
-    QByteArray reply;
-    if (const int status = sendCommand(makeCommand(COMMAND_START_SELF_TEST), &reply);
-        status != kExitOk) {
-        return status;
-    }
-    const std::optional<std::int32_t> hardwareType =
-        decodeHardwareType(reinterpret_cast<const std::uint8_t *>(reply.constData()),
-                           static_cast<std::size_t>(reply.size()));
-    if (!hardwareType) {
-        return fail(kExitNoReply,
-                    QStringLiteral("the driver daemon did not say the hardware type"));
-    }
-    const std::optional<DeviceEntry> device = findDevice(*hardwareType);
-    if (!device) {
-        return fail(
-            kExitFailure,
-            QStringLiteral("hardware type %1 is not in the device list").arg(*hardwareType));
-    }
-    // Results may come in several reports: gather them until every area has answered or the
-    // daemon has been quiet for a while.
+    // A run that leaves areas without results is repeated, as the Hardware information page
+    // does, up to ten runs in all; each run starts from no records.
+    constexpr int kMaxRuns = 10;
+    std::optional<std::int32_t> hardwareType;
+    std::optional<DeviceEntry> device;
     std::vector<SelfTestRecord> records;
-    std::optional<QByteArray> report = listener.next(REPORT_SELF_TEST_RESULT, inv.timeoutMs);
-    if (!report) {
-        return noReport();
-    }
-    while (report) {
-        const std::vector<SelfTestRecord> more = decodeSelfTestRecords(*report);
-        records.insert(records.end(), more.begin(), more.end());
-        if (judgeSelfTest(records, device->areas).missingAreas == 0) {
+    for (int run = 1;; ++run) {
+        QByteArray reply;
+        if (const int status = sendCommand(makeCommand(COMMAND_START_SELF_TEST), &reply);
+            status != kExitOk) {
+            return status;
+        }
+        hardwareType = decodeHardwareType(reinterpret_cast<const std::uint8_t *>(reply.constData()),
+                                          static_cast<std::size_t>(reply.size()));
+        if (!hardwareType) {
+            return fail(kExitNoReply,
+                        QStringLiteral("the driver daemon did not say the hardware type"));
+        }
+        device = findDevice(*hardwareType);
+        if (!device) {
+            return fail(
+                kExitFailure,
+                QStringLiteral("hardware type %1 is not in the device list").arg(*hardwareType));
+        }
+        // Results may come in several reports: gather them until every area has answered or
+        // the daemon has been quiet for a while.
+        records.clear();
+        std::optional<QByteArray> report = listener.next(REPORT_SELF_TEST_RESULT, inv.timeoutMs);
+        if (!report) {
+            return noReport();
+        }
+        while (report) {
+            const std::vector<SelfTestRecord> more = decodeSelfTestRecords(*report);
+            records.insert(records.end(), more.begin(), more.end());
+            if (judgeSelfTest(records, device->areas).missingAreas == 0) {
+                break;
+            }
+            report = listener.next(REPORT_SELF_TEST_RESULT, std::min(inv.timeoutMs, 500));
+        }
+        if (run == kMaxRuns || judgeSelfTest(records, device->areas).missingAreas == 0) {
             break;
         }
-        report = listener.next(REPORT_SELF_TEST_RESULT, std::min(inv.timeoutMs, 500));
     }
     const SelfTestResult result = judgeSelfTest(records, device->areas);
     if (inv.json) {
