@@ -78,7 +78,6 @@ struct ReportingDaemon {
         QString::fromLatin1(kDaemonPortName), [this](qint32, const QByteArray &data) {
             const int code = data.isEmpty() ? -1 : static_cast<std::uint8_t>(data[0]);
             ++calls[code];
-            // A self-test run after the first may have reports of its own.
             const std::vector<QByteArray> toSend =
                 code == COMMAND_START_SELF_TEST && calls[code] > 1 && !laterRuns.empty()
                     ? laterRuns
@@ -155,15 +154,11 @@ class PanelCtlTest : public QObject {
             {"set range 4x", 2, "", "from 8 to 128"},
             {"set speed 0.29", 2, "", "0.30 to 1.00"},
             {"set swipe yes", 2, "", "on, off"},
-            {"set input-mode 1", 2, "", "standard, handwrite, pen"},
-            {"set calibration-type auto", 2, "", "simple, manual"},
-            {"set simple-setting 3", 2, "", "from 0 to 2"},
             {"set rotation 45", 2, "", "0, 90, 180, 270"},
             {"set volume 3", 2, "", "valid names: range, speed"},
             {"set range", 2, "", "set takes NAME VALUE"},
             {"calibrate stop", 2, "", "calibrate takes"},
             {"hotkey calibration 7", 2, "", "already the simple hot key"},
-            {"hotkey simple K", 2, "", "already the calibration hot key"},
             {"hotkey calibration ab", 2, "", "one ASCII letter or digit"},
             {"hotkey calibration \xc3\xa9", 2, "", "one ASCII letter or digit"},
             {"hotkey pen A", 2, "", "valid: calibration, simple"},
