@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "messageport.h"
+#include "messageportreceiver.h"
 #include "test_support.h"
 
 using namespace tavix;
@@ -184,6 +185,79 @@ class MessagePortTest : public QObject {
         QVERIFY(callbackOnMain);
         QCOMPARE(port.received.size(), size_t{1});
         QVERIFY(port.received[0].onMainThread);
+    }
+
+    // A reply bound to a context runs only while the context lives; an unbound one sent at the
+    // same time shows that the reply did arrive.
+    void replyBoundToAContextRunsOnlyWhileItLives() {
+        std::vector<PortResponder> pending;
+        auto port = LocalMessagePort::createDeferred(
+            QStringLiteral("Bound"),
+            [&](qint32, const QByteArray &, PortResponder respond) { pending.push_back(respond); });
+        QVERIFY(port);
+        auto remote = RemoteMessagePort::lookup(QStringLiteral("Bound"));
+        QVERIFY(remote);
+        for (const bool contextSurvives : {true, false}) {
+            auto context = std::make_unique<QObject>();
+            int boundCalls = 0;
+            std::optional<PortReply> unbound;
+            pending.clear();
+            remote->sendRequest(1, "bound", 1.0, 1.0, context.get(),
+                                [&](const PortReply &) { ++boundCalls; });
+            remote->sendRequest(2, "unbound", 1.0, 1.0, [&](const PortReply &r) { unbound = r; });
+            QVERIFY(QTest::qWaitFor([&] { return pending.size() == 2; }, 5000));
+            if (!contextSurvives) {
+                context.reset();
+            }
+            for (const PortResponder &respond : pending) {
+                respond("answer");
+            }
+            QVERIFY(QTest::qWaitFor([&] { return unbound.has_value(); }, 5000));
+            QTest::qWait(50);
+            QVERIFY(unbound->ok);
+            QCOMPARE(boundCalls, contextSurvives ? 1 : 0);
+        }
+    }
+
+    // A request from a worker thread (which runs no event loop) whose call has failed already
+    // when its outcome is awaited, or fails soon after, still reports on the main thread.
+    void failureOfARequestFromAWorkerThreadIsReportedOnTheMainThread_data() {
+        QTest::addColumn<QString>("failure");
+        QTest::newRow("failed at once") << QStringLiteral("at once");
+        QTest::newRow("owner gone: the bus refuses") << QStringLiteral("owner gone");
+        QTest::newRow("owner silent: time-out") << QStringLiteral("silent");
+    }
+    void failureOfARequestFromAWorkerThreadIsReportedOnTheMainThread() {
+        QFETCH(QString, failure);
+        auto silent = LocalMessagePort::createDeferred(
+            QStringLiteral("Failing"), [](qint32, const QByteArray &, PortResponder) {});
+        QVERIFY(silent);
+        std::optional<RemoteMessagePort> remote =
+            RemoteMessagePort::lookup(QStringLiteral("Failing"));
+        QVERIFY(remote);
+        if (failure == QLatin1String("owner gone")) {
+            silent.reset();
+            QVERIFY(QTest::qWaitFor([] { return !nameHasOwner(QStringLiteral("Failing")); }));
+        }
+        std::optional<PortReply> outcome;
+        bool callbackOnMain = false;
+        const ReplyCallback record = [&](const PortReply &r) {
+            callbackOnMain = onMainThread();
+            outcome = r;
+        };
+        std::thread worker([&] {
+            if (failure == QLatin1String("at once")) {
+                detail::deliverOnMainThread(
+                    QDBusPendingCall::fromError(QDBusError(QDBusError::Disconnected, "gone")),
+                    nullptr, false, record);
+            } else {
+                remote->sendRequest(1, "x", 0.05, 0.05, record);
+            }
+        });
+        worker.join();
+        QVERIFY(QTest::qWaitFor([&] { return outcome.has_value(); }, 5000));
+        QVERIFY(!outcome->ok);
+        QVERIFY(callbackOnMain);
     }
 
     void deferredReplyArrivesLaterAndOnlyOnce() {
