@@ -222,6 +222,11 @@ class BinaryPlistCheck {
 
 PlistGuardVerdict checkXmlPlistNesting(std::string_view s, int maxDepth) {
     constexpr auto npos = std::string_view::npos;
+    // XML has no NUL character; the library's parser keeps the length of text that holds one
+    // but copies it as a C string, and writes past the copy when serialising it.
+    if (s.find('\0') != npos) {
+        return PlistGuardVerdict::Malformed;
+    }
     int depth = 0;
     std::size_t pos = 0;
     while ((pos = s.find('<', pos)) != npos) {

@@ -24,7 +24,7 @@ enum class PlistGuardVerdict {
 
 // XML: counts <dict> and <array> nesting outside comments, CDATA sections, processing
 // instructions and the DOCTYPE; a closing tag with nothing open, or markup left unterminated,
-// is malformed. No size limit is applied here.
+// is malformed, and so is a NUL byte anywhere. No size limit is applied here.
 PlistGuardVerdict checkXmlPlistNesting(std::string_view bytes, int maxDepth = kMaxPlistDepth);
 
 // Binary ("bplist"): walks the object graph from the root without recursion, refusing

@@ -78,6 +78,8 @@ TEST(PlistGuardTest, HostileXmlIsRefusedForTheRightReason) {
         {"unterminated CDATA", plist("<string><![CDATA[x</string>"), V::Malformed},
         {"unterminated tag", "<plist><dict><key>k</key><array", V::Malformed},
         {"odd spellings still count as containers", plist(repeat("<arrayx>", limit)), V::TooDeep},
+        {"raw NUL inside a key", plist("<array><key>b" + std::string(3, '\0') + "</key></array>"),
+         V::Malformed},
         {"nothing at all", "", V::Empty},
     };
     for (const Case &c : cases) {
