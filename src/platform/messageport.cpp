@@ -59,8 +59,9 @@ int timeoutMs(double sendTimeout, double receiveTimeout) {
 // Qt makes a proxy watch its service's owner: a match rule is added when one is built and
 // removed when it goes, two extra bus messages for every request if a proxy were built per
 // request. So the main thread, where commands come from, keeps the proxy of the owner it last
-// talked to. The lookup still decides for every request whether there is a port and who owns
-// it; the kept proxy only serves requests addressed to that very owner.
+// talked to. The port handle (from a lookup or the tracked owner) still decides for every
+// request whether there is a port and who owns it; the kept proxy only serves requests
+// addressed to that very owner.
 struct MainThreadProxy {
     QString connectionName;
     QString connectionId;  // our own unique name on that bus
