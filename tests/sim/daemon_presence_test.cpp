@@ -96,12 +96,12 @@ class DaemonPresenceTest : public QObject {
 
     // A stopped daemon: sends return at once, the event loop keeps turning while the calls
     // wait; killed then, in the middle of a self-test, it leaves every requester told of the
-    // failure, a requester that is gone told nothing, and nothing crashed.
+    // failure and nothing crashed.
     void hungThenKilledDaemonNeverBlocksOrCrashesTheCaller() {
         SimProcess sim;
         QVERIFY(sim.start());
         sim.signal(SIGSTOP);
-        int ticks = 0, failed = 0, heardByGone = 0;
+        int ticks = 0, failed = 0;
         QTimer ticker;
         QObject::connect(&ticker, &QTimer::timeout, [&ticks] { ++ticks; });
         ticker.start(5);
@@ -110,19 +110,15 @@ class DaemonPresenceTest : public QObject {
                                          [&](bool ok, const QByteArray &) { failed += !ok; }));
         }
         std::optional<std::optional<std::int32_t>> heard;
-        auto page = std::make_unique<QObject>(), gonePage = std::make_unique<QObject>();
-        QVERIFY(sendStartSelfTest(page.get(), [&](std::optional<std::int32_t> t) { heard = t; }));
-        QVERIFY(
-            sendStartSelfTest(gonePage.get(), [&](std::optional<std::int32_t>) { ++heardByGone; }));
+        QObject page;
+        QVERIFY(sendStartSelfTest(&page, [&](std::optional<std::int32_t> t) { heard = t; }));
         QCOMPARE(ticks, 0);  // every send returned without waiting
         QTest::qWait(300);
         QVERIFY2(ticks > 20, "the event loop stood still while calls were pending");
-        gonePage.reset();
         sim.signal(SIGKILL);
         QVERIFY(QTest::qWaitFor([&] { return failed == 50 && heard.has_value(); }, 5000));
         QCOMPARE(*heard, std::optional<std::int32_t>());
         QVERIFY(QTest::qWaitFor([] { return !daemonKnown(); }, 5000));
-        QCOMPARE(heardByGone, 0);
     }
 };
 
