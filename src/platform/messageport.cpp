@@ -117,6 +117,7 @@ struct OwnerTracker {
     QMutex mutex;
     QString owner;           // empty: no owner
     bool announced = false;  // an announcement has come since the first query was sent
+    bool settled = false;    // the first query has been answered
 };
 
 std::mutex &trackersMutex() {
@@ -159,8 +160,14 @@ OwnerTracker *trackerFor(const QDBusConnection &bus, const QString &port) {
     auto *watcher =
         new QDBusServiceWatcher(busName(port), bus, QDBusServiceWatcher::WatchForOwnerChange);
     QObject::connect(watcher, &QDBusServiceWatcher::serviceOwnerChanged, watcher,
-                     [tracker](const QString &, const QString &, const QString &newOwner) {
+                     [tracker](const QString &, const QString &oldOwner, const QString &newOwner) {
                          QMutexLocker hold(&tracker->mutex);
+                         // A change that does not start from the owner known now is one this
+                         // process noted already (its own port, made or given up) and has
+                         // moved beyond since: applying it late would undo a newer state.
+                         if (tracker->settled && tracker->owner != oldOwner) {
+                             return;
+                         }
                          tracker->owner = newOwner;
                          tracker->announced = true;
                      });
@@ -174,6 +181,7 @@ OwnerTracker *trackerFor(const QDBusConnection &bus, const QString &port) {
     if (!tracker->announced) {
         tracker->owner = owner;
     }
+    tracker->settled = true;
     return tracker;
 }
 
