@@ -3,15 +3,10 @@
 #include <plist/plist.h>
 #include <sys/stat.h>
 
-#include <algorithm>
-#include <cctype>
 #include <cstdlib>
-#include <cstring>
 #include <memory>
-#include <string_view>
 #include <type_traits>
 #include <variant>
-#include <vector>
 
 #include "atomic_file.h"
 #include "paths.h"
