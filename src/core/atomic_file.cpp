@@ -2,6 +2,7 @@
 
 #include <dirent.h>
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -10,7 +11,9 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
+#include <optional>
 #include <random>
+#include <thread>
 
 namespace tavix {
 namespace {
@@ -84,18 +87,12 @@ void removeStaleTemporaries(const PathParts &parts) {
 
 }  // namespace
 
-bool writeFileAtomically(const std::string &path, const std::string &bytes) {
-    const PathParts parts = splitPath(path);
-    if (parts.name.empty()) {
-        return false;
-    }
+namespace {
 
-    struct stat target {};
-    const bool targetExists = ::stat(path.c_str(), &target) == 0;
-    if (targetExists && S_ISDIR(target.st_mode)) {
-        return false;
-    }
-
+// Writes bytes to a new temporary file in the target's folder and flushes it to disk. mode, when
+// given, becomes the file's permission bits. Returns the temporary's path, empty on failure.
+std::string writeTemporary(const PathParts &parts, const std::string &bytes,
+                           std::optional<mode_t> mode) {
     static std::atomic<unsigned> counter{0};
     thread_local std::minstd_rand random(std::random_device{}());
     std::string tempPath;
@@ -105,21 +102,41 @@ bool writeFileAtomically(const std::string &path, const std::string &bytes) {
                    std::to_string(counter.fetch_add(1)) + "-" + std::to_string(random());
         fd = ::open(tempPath.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
         if (fd < 0 && errno != EEXIST) {
-            return false;
+            return {};
         }
     }
     if (fd < 0) {
+        return {};
+    }
+    bool ok = !mode || ::fchmod(fd, *mode & 07777) == 0;
+    ok = ok && writeAll(fd, bytes) && ::fsync(fd) == 0;
+    ok = (::close(fd) == 0) && ok;
+    if (!ok) {
+        ::unlink(tempPath.c_str());
+        return {};
+    }
+    return tempPath;
+}
+
+}  // namespace
+
+bool writeFileAtomically(const std::string &path, const std::string &bytes) {
+    const PathParts parts = splitPath(path);
+    if (parts.name.empty()) {
         return false;
     }
 
-    bool ok = true;
-    if (targetExists) {
-        ok = ::fchmod(fd, target.st_mode & 07777) == 0;
+    struct stat target {};
+    const bool targetExists = ::stat(path.c_str(), &target) == 0;
+    if (targetExists && !S_ISREG(target.st_mode)) {
+        return false;  // a folder, FIFO, socket or device is never replaced
     }
-    ok = ok && writeAll(fd, bytes) && ::fsync(fd) == 0;
-    ok = (::close(fd) == 0) && ok;
-    ok = ok && ::rename(tempPath.c_str(), path.c_str()) == 0;
-    if (!ok) {
+    const std::string tempPath = writeTemporary(
+        parts, bytes, targetExists ? std::optional<mode_t>(target.st_mode) : std::nullopt);
+    if (tempPath.empty()) {
+        return false;
+    }
+    if (::rename(tempPath.c_str(), path.c_str()) != 0) {
         ::unlink(tempPath.c_str());
         return false;
     }
@@ -128,8 +145,77 @@ bool writeFileAtomically(const std::string &path, const std::string &bytes) {
     return true;
 }
 
+CreateOutcome createFileExclusively(const std::string &path, const std::string &bytes) {
+    const PathParts parts = splitPath(path);
+    if (parts.name.empty()) {
+        return CreateOutcome::Failed;
+    }
+    struct stat existing {};
+    if (::lstat(path.c_str(), &existing) == 0) {
+        return CreateOutcome::Existed;
+    }
+    const std::string tempPath = writeTemporary(parts, bytes, std::nullopt);
+    if (tempPath.empty()) {
+        return CreateOutcome::Failed;
+    }
+    // link() gives the complete file its name only if the name is free: a reader never sees it
+    // half-written, and a file someone else created meanwhile is never replaced.
+    const int linked = ::link(tempPath.c_str(), path.c_str());
+    const int linkError = errno;
+    ::unlink(tempPath.c_str());
+    if (linked == 0) {
+        syncFolder(parts.folder);
+        return CreateOutcome::Created;
+    }
+    return linkError == EEXIST ? CreateOutcome::Existed : CreateOutcome::Failed;
+}
+
+FileUpdateLock::FileUpdateLock(const std::string &targetPath, std::chrono::milliseconds wait) {
+    const PathParts parts = splitPath(targetPath);
+    if (parts.name.empty()) {
+        return;
+    }
+    const std::string lockPath = parts.folder + "/." + parts.name + ".lock";
+    fd_ = ::open(lockPath.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0666);
+    if (fd_ < 0) {
+        return;
+    }
+    struct stat st {};
+    if (::fstat(fd_, &st) != 0 || !S_ISREG(st.st_mode)) {
+        ::close(fd_);
+        fd_ = -1;
+        return;
+    }
+    // flock() locks belong to the open file, so two threads of one process exclude each other
+    // too. A holder that hangs delays us at most `wait`.
+    const auto deadline = std::chrono::steady_clock::now() + wait;
+    auto pause = std::chrono::microseconds(50);
+    for (;;) {
+        if (::flock(fd_, LOCK_EX | LOCK_NB) == 0) {
+            held_ = true;
+            return;
+        }
+        if (errno != EWOULDBLOCK && errno != EINTR) {
+            return;
+        }
+        if (std::chrono::steady_clock::now() >= deadline) {
+            return;
+        }
+        std::this_thread::sleep_for(pause);
+        pause = std::min<std::chrono::microseconds>(pause * 2, std::chrono::milliseconds(2));
+    }
+}
+
+FileUpdateLock::~FileUpdateLock() {
+    if (fd_ >= 0) {
+        ::close(fd_);  // releases the lock
+    }
+}
+
 std::optional<std::string> readSmallFile(const std::string &path, std::size_t maxSize) {
-    int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    // Without O_NONBLOCK, opening a FIFO would wait for a writer for ever; the type check below
+    // then refuses everything that is not a regular file.
+    int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
     if (fd < 0) {
         return std::nullopt;
     }

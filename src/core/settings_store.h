@@ -3,17 +3,14 @@
 // atomically, so another process never sees a half-written file.
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
 
+#include "plist_guard.h"
 #include "settings_dict.h"
 
 namespace tavix {
-
-// Files larger than this, or nested deeper than kMaxPlistDepth containers, are refused before
-// parsing and count as unreadable.
-inline constexpr std::size_t kMaxPlistFileSize = 4 * 1024 * 1024;
-inline constexpr int kMaxPlistDepth = 64;
 
 // True when anything (file, folder, link to either) exists at the path.
 bool pathExists(const std::string &path);
@@ -35,12 +32,19 @@ bool writePlistFileAtomically(const SettingsDict &dict, const std::string &path)
 SettingsDict utilitiesDefaults();
 SettingsDict settingItemsDefaults();
 
-// The shared state file, created with its defaults first when nothing exists at its path.
+// The shared state file, created with its defaults first when nothing exists at its path (never
+// over a file that another process created in the meantime).
 // Empty when the file cannot be read; an existing file is never completed with defaults.
 SettingsDict readUtilitiesDictionary();
 
 // A per-model settings file, created with its defaults first when nothing exists at path.
 SettingsDict readSettingItemsFromPlist(const std::string &path);
+
+// One read-change-replace of the file at path under the writers' lock (see FileUpdateLock):
+// the file is read (a missing one as an empty dictionary), change edits it and says whether to
+// write. False when an existing file cannot be read (nothing is written then) or the write
+// fails; true when the change wrote nothing.
+bool updatePlistFile(const std::string &path, const std::function<bool(SettingsDict &)> &change);
 
 // Merges items into the file at path (keys only in the file are kept) and writes it. An
 // existing file that cannot be parsed is left untouched and the result is false.

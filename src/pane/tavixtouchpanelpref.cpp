@@ -4,6 +4,7 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDialog>
+#include <QFileSystemWatcher>
 #include <QLabel>
 #include <QProcess>
 #include <QTabWidget>
@@ -88,6 +89,7 @@ void TavixTouchPanelPref::mainViewDidLoad() {
         std::lock_guard lock(monitorMutex_);
         monitorThreads_.emplace_back([this] { checkDeviceConnectStatus(); });
     }
+    watchPreferenceFolder();
     logVerbose("mainViewDidLoad");
     controllers_.settingVC_->resetTabView();
     controllers_.hardwareInformationVC_->resetTabView();
@@ -325,8 +327,28 @@ void TavixTouchPanelPref::checkDeviceConnectStatus() {
         lock.unlock();
         monitorPass();
         lock.lock();
-        monitorWake_.wait_for(lock, options_.monitorPeriod, [this] { return monitorStop_; });
+        monitorWake_.wait_for(lock, options_.monitorPeriod,
+                              [this] { return monitorStop_ || monitorKick_; });
+        monitorKick_ = false;
     }
+}
+
+void TavixTouchPanelPref::watchPreferenceFolder() {
+    // The driver side replaces the shared state file rather than writing into it, so the watch
+    // is on its folder; the periodic pass stays for whatever a watch can miss.
+    const QString folder = QString::fromStdString(getPreferenceFolderPath());
+    auto *watch = new QFileSystemWatcher(this);
+    if (!watch->addPath(folder)) {
+        delete watch;
+        return;
+    }
+    connect(watch, &QFileSystemWatcher::directoryChanged, this, [this] {
+        {
+            std::lock_guard lock(monitorMutex_);
+            monitorKick_ = true;
+        }
+        monitorWake_.notify_all();
+    });
 }
 
 void TavixTouchPanelPref::monitorPass() {
@@ -337,10 +359,22 @@ void TavixTouchPanelPref::monitorPass() {
     // Only exactly true counts as a refresh request; it is written back as false.
     const PlistValue *refresh = d.find("RefreshCalibrationType");
     if (refresh != nullptr && refresh->isNumber() && refresh->toDouble() == 1.0) {
-        d.set("RefreshCalibrationType", false);
-        saveSettingItemsToPlist(d, getUilitiesFilePath());
-        QMetaObject::invokeMethod(
-            this, [this] { controllers_.calibrationVC_->updateUIState(); }, Qt::QueuedConnection);
+        // Under the writers' lock, on a fresh read: only the flag changes, so a change that
+        // another writer made since the read above is kept.
+        bool requested = false;
+        updatePlistFile(getUilitiesFilePath(), [&requested](SettingsDict &current) {
+            const PlistValue *flag = current.find("RefreshCalibrationType");
+            requested = flag != nullptr && flag->isNumber() && flag->toDouble() == 1.0;
+            if (requested) {
+                current.set("RefreshCalibrationType", false);
+            }
+            return requested;
+        });
+        if (requested) {
+            QMetaObject::invokeMethod(
+                this, [this] { controllers_.calibrationVC_->updateUIState(); },
+                Qt::QueuedConnection);
+        }
     }
 
     // A modal window stays only while the panel, the driver and the page in use still hold.

@@ -124,6 +124,8 @@ class TavixTouchPanelPref : public QObject, public PreferencePane {
     // The state monitor's thread body; runs until the pane is destroyed.
     void checkDeviceConnectStatus();
     void monitorPass();
+    // Wakes the monitor as soon as a file in the preference folder is replaced.
+    void watchPreferenceFolder();
     // Main thread: ends the application's modal window, if one is up.
     void endModalWindow();
     // Reads the shared state file into the globals; returns what it read.
@@ -147,6 +149,7 @@ class TavixTouchPanelPref : public QObject, public PreferencePane {
     std::mutex monitorMutex_;
     std::condition_variable monitorWake_;
     bool monitorStop_ = false;
+    bool monitorKick_ = false;  // a pass is due now
     std::vector<std::thread> monitorThreads_;
 };
 

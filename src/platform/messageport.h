@@ -5,6 +5,7 @@
 
 #include <QByteArray>
 #include <QDBusConnection>
+#include <QObject>
 #include <QString>
 
 #include <functional>
@@ -62,17 +63,29 @@ class RemoteMessagePort {
     static std::optional<RemoteMessagePort> lookup(
         const QString &name, const QDBusConnection &bus = QDBusConnection::sessionBus());
 
+    // The port as the bus last announced it, without a round trip: the first call for a name
+    // asks the bus once and watches its owner-change signal from then on (ports of this
+    // process are known as soon as they are made or given up). nullopt while it has no owner.
+    static std::optional<RemoteMessagePort> tracked(
+        const QString &name, const QDBusConnection &bus = QDBusConnection::sessionBus());
+
     // Sends one request to the owner found at lookup (a port that went away and came back is
     // a different port: the request then fails) and returns at once; the call's time-out is
     // sendTimeout + receiveTimeout seconds. Requests from one thread keep their order. onReply,
     // when given, runs on the main thread with the outcome. Safe to call from any thread.
     void sendRequest(qint32 msgid, const QByteArray &data, double sendTimeout,
                      double receiveTimeout, ReplyCallback onReply = {}) const;
+    // The same, with onReply bound to context: when context is destroyed before the outcome
+    // arrives, onReply does not run. context must live on the main thread.
+    void sendRequest(qint32 msgid, const QByteArray &data, double sendTimeout,
+                     double receiveTimeout, QObject *context, ReplyCallback onReply) const;
 
     QString name() const { return name_; }
 
   private:
     RemoteMessagePort(QString name, QString owner, QDBusConnection bus);
+    void send(qint32 msgid, const QByteArray &data, double sendTimeout, double receiveTimeout,
+              QObject *context, bool bound, ReplyCallback onReply) const;
     QString name_;
     QString owner_;  // the unique bus name that owned the port at lookup
     QDBusConnection bus_;

@@ -4,13 +4,21 @@
 
 #include <QByteArray>
 #include <QDBusContext>
+#include <QDBusPendingCall>
 #include <QHash>
 #include <QObject>
+#include <QPointer>
 #include <QString>
 
 #include "messageport.h"
 
 namespace tavix::detail {
+
+// Reports the outcome of pending to onReply on the main thread, unless bound is set and context
+// is gone by then. The watcher is always made on the main thread: one made on a worker thread
+// that runs no event loop would never report a call that had already failed.
+void deliverOnMainThread(const QDBusPendingCall &pending, QPointer<QObject> context, bool bound,
+                         ReplyCallback onReply);
 
 class MessagePortReceiver : public QObject, protected QDBusContext {
     Q_OBJECT

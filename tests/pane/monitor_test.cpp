@@ -115,6 +115,20 @@ class MonitorTest : public QObject, PaneFixture {
         QCOMPARE(log_, ended ? QStringList{"cal.hideModelWindow"} : QStringList{});
     }
 
+    // A replaced state file wakes the monitor at once: with an hour between periodic passes,
+    // only the folder watch can bring these passes.
+    void replacedFileWakesTheMonitor() {
+        writeUtilities(utilities(317, true, 0));
+        startPane(false, std::chrono::hours(1));
+        QVERIFY(waitForPasses(1));
+        for (const int model : {259, 317, 0}) {
+            QSignalSpy spy(pane_.get(), &TavixTouchPanelPref::statePolled);
+            writeUtilities(utilities(model, true, 0));
+            QVERIFY(QTest::qWaitFor([&] { return !spy.isEmpty() && gModelType.load() == model; },
+                                    5000));
+        }
+    }
+
   private:
     bool waitForPasses(int count) {
         QSignalSpy spy(pane_.get(), &TavixTouchPanelPref::statePolled);

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "messageport.h"
+#include "messageportreceiver.h"
 #include "test_support.h"
 
 using namespace tavix;
@@ -184,6 +185,69 @@ class MessagePortTest : public QObject {
         QVERIFY(callbackOnMain);
         QCOMPARE(port.received.size(), size_t{1});
         QVERIFY(port.received[0].onMainThread);
+    }
+
+    // A reply bound to a context runs only while the context lives; an unbound one sent at the
+    // same time shows that the replies did arrive.
+    void replyBoundToAContextRunsOnlyWhileItLives() {
+        std::vector<PortResponder> pending;
+        auto port = LocalMessagePort::createDeferred(
+            QStringLiteral("Bound"),
+            [&](qint32, const QByteArray &, PortResponder respond) { pending.push_back(respond); });
+        auto remote = RemoteMessagePort::lookup(QStringLiteral("Bound"));
+        QVERIFY(port && remote);
+        auto kept = std::make_unique<QObject>(), gone = std::make_unique<QObject>();
+        QStringList calls;
+        remote->sendRequest(1, "a", 1.0, 1.0, kept.get(),
+                            [&](const PortReply &) { calls << "kept"; });
+        remote->sendRequest(2, "b", 1.0, 1.0, gone.get(),
+                            [&](const PortReply &) { calls << "gone"; });
+        remote->sendRequest(3, "c", 1.0, 1.0, [&](const PortReply &) { calls << "unbound"; });
+        QVERIFY(QTest::qWaitFor([&] { return pending.size() == 3; }, 5000));
+        gone.reset();
+        for (const PortResponder &respond : pending) {
+            respond("answer");
+        }
+        QVERIFY(QTest::qWaitFor([&] { return calls.contains("unbound"); }, 5000));
+        QTest::qWait(50);
+        calls.sort();
+        QCOMPARE(calls, QStringList({"kept", "unbound"}));
+    }
+
+    // A request from a worker thread (which runs no event loop) whose call has failed already
+    // when its outcome is awaited, or fails by its time-out, still reports on the main thread.
+    void failureOfARequestFromAWorkerThreadIsReportedOnTheMainThread_data() {
+        QTest::addColumn<QString>("failure");
+        QTest::newRow("failed at once") << QStringLiteral("at once");
+        QTest::newRow("owner silent: time-out") << QStringLiteral("silent");
+    }
+    void failureOfARequestFromAWorkerThreadIsReportedOnTheMainThread() {
+        QFETCH(QString, failure);
+        auto silent = LocalMessagePort::createDeferred(
+            QStringLiteral("Failing"), [](qint32, const QByteArray &, PortResponder) {});
+        QVERIFY(silent);
+        std::optional<RemoteMessagePort> remote =
+            RemoteMessagePort::lookup(QStringLiteral("Failing"));
+        QVERIFY(remote);
+        std::optional<PortReply> outcome;
+        bool callbackOnMain = false;
+        const ReplyCallback record = [&](const PortReply &r) {
+            callbackOnMain = onMainThread();
+            outcome = r;
+        };
+        std::thread worker([&] {
+            if (failure == QLatin1String("at once")) {
+                detail::deliverOnMainThread(
+                    QDBusPendingCall::fromError(QDBusError(QDBusError::Disconnected, "gone")),
+                    nullptr, false, record);
+            } else {
+                remote->sendRequest(1, "x", 0.05, 0.05, record);
+            }
+        });
+        worker.join();
+        QVERIFY(QTest::qWaitFor([&] { return outcome.has_value(); }, 5000));
+        QVERIFY(!outcome->ok);
+        QVERIFY(callbackOnMain);
     }
 
     void deferredReplyArrivesLaterAndOnlyOnce() {

@@ -82,7 +82,16 @@ class Sim {
 };
 
 // Sends the command given in hex and waits for the outcome; nullopt when there is no daemon.
+// Commands follow the bus's announcements of the daemon: lets them catch up with the bus.
+void catchUpWithTheBus() {
+    [[maybe_unused]] const bool caughtUp = QTest::qWaitFor([] {
+        return RemoteMessagePort::tracked(kDaemon).has_value() ==
+               RemoteMessagePort::lookup(kDaemon).has_value();
+    });
+}
+
 std::optional<bool> send(const QString &hex) {
+    catchUpWithTheBus();
     const QByteArray bytes = QByteArray::fromHex(hex.toLatin1());
     std::optional<bool> ok;
     if (!SendDataToRemotePort(Bytes(bytes.begin(), bytes.end()),
@@ -260,6 +269,7 @@ class SimTest : public QObject {
             Sim sim(*roots_);
             QVERIFY(sim.start(args));
             std::optional<std::optional<std::int32_t>> got;
+            catchUpWithTheBus();
             QVERIFY(sendStartSelfTest([&](std::optional<std::int32_t> t) { got = t; }));
             QVERIFY(QTest::qWaitFor([&] { return got.has_value(); }, 5000));
             QCOMPARE(*got, std::optional<std::int32_t>(type));

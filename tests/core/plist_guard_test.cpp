@@ -1,0 +1,145 @@
+#include "plist_guard.h"
+
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <optional>
+#include <string>
+
+#include "settings_store.h"
+#include "temp_env.h"
+
+namespace tavix {
+namespace {
+
+using V = PlistGuardVerdict;
+
+std::string repeat(std::string_view piece, std::size_t times) {
+    std::string out;
+    out.reserve(piece.size() * times);
+    for (std::size_t i = 0; i < times; ++i) {
+        out += piece;
+    }
+    return out;
+}
+
+// A property list whose root dictionary holds the key "k" with the given value markup.
+std::string plist(const std::string &value, const std::string &prolog = {}) {
+    return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>" + prolog +
+           "<plist version=\"1.0\"><dict><key>k</key>" + value + "</dict></plist>";
+}
+
+// Arrays nested `depth` deep inside the root dictionary (which is one more container).
+std::string nested(std::size_t depth) {
+    return repeat("<array>", depth) + "<true/>" + repeat("</array>", depth);
+}
+
+const std::string kDoctype =
+    "<!DOCTYPE plist PUBLIC \"-//Apple//DTD PLIST 1.0//EN\" "
+    "\"http://www.apple.com/DTDs/PropertyList-1.0.dtd\">";
+
+TEST(PlistGuardTest, HostileXmlIsRefusedForTheRightReason) {
+    const std::size_t limit = kMaxPlistDepth;
+    struct Case {
+        const char *label;
+        std::string bytes;
+        V verdict;
+    };
+    const Case cases[] = {
+        {"plain file with a DOCTYPE", plist("<integer>1</integer>", kDoctype), V::Accept},
+        {"nesting at the limit", plist(nested(limit - 1)), V::Accept},
+        {"one level past the limit", plist(nested(limit)), V::TooDeep},
+        {"empty containers do not nest",
+         plist("<array>" + repeat("<array/><dict/>", 5000) + "</array>"), V::Accept},
+        {"markup inside a comment is not counted",
+         plist("<!--" + repeat("<array>", 500) + "-->" + nested(3)), V::Accept},
+        {"markup inside CDATA is not counted",
+         plist("<string><![CDATA[" + repeat("<array>", 500) + "]]></string>"), V::Accept},
+        {"closing tags hidden in a comment",
+         plist("<!--" + repeat("</array>", 150'000) + "-->" + nested(150'000)), V::TooDeep},
+        {"closing tags hidden in CDATA",
+         plist("<string><![CDATA[" + repeat("</array>", 200) + "]]></string>" + nested(200)),
+         V::TooDeep},
+        {"closing tags hidden in a processing instruction",
+         plist(nested(200), "<?x " + repeat("</array>", 200) + "?>"), V::TooDeep},
+        {"closing tags hidden in a DOCTYPE",
+         plist(nested(200), "<!DOCTYPE plist \"" + repeat("</array>", 200) + "\">"), V::Malformed},
+        {"DOCTYPE with an internal subset",
+         plist(nested(2), "<!DOCTYPE plist [<!ENTITY e \"x\">]>"), V::Malformed},
+        {"closing tags before any opening one", plist(repeat("</array>", 200) + nested(200)),
+         V::Malformed},
+        {"quoted '>' inside a tag", plist("<array a=\">\"></array>"), V::Malformed},
+        {"unterminated comment", plist("<!-- " + nested(2)), V::Malformed},
+        {"unterminated CDATA", plist("<string><![CDATA[x</string>"), V::Malformed},
+        {"unterminated tag", "<plist><dict><key>k</key><array", V::Malformed},
+        {"odd spellings still count as containers", plist(repeat("<arrayx>", limit)), V::TooDeep},
+        {"raw NUL inside a key", plist("<array><key>b" + std::string(3, '\0') + "</key></array>"),
+         V::Malformed},
+        {"nothing at all", "", V::Empty},
+    };
+    for (const Case &c : cases) {
+        EXPECT_EQ(checkPlistBytes(c.bytes), c.verdict) << c.label;
+        // What the guard accepts here is a well-formed list; what it refuses the store refuses.
+        EXPECT_EQ(parsePlist(c.bytes).has_value(), c.verdict == V::Accept) << c.label;
+    }
+}
+
+TEST(PlistGuardTest, SizeComesBeforeShapeAndDepthCheckHasNoSizeLimit) {
+    const std::string million = "<plist>" + repeat("<array>", 1'000'000);
+    EXPECT_EQ(checkPlistBytes(million), V::TooLarge);
+    EXPECT_EQ(checkXmlPlistNesting(million), V::TooDeep);
+    EXPECT_EQ(checkXmlPlistNesting(million, 2'000'000), V::Accept);
+}
+
+// Peak memory of a child that reads the file, beyond what the parent holds (a child does not
+// count every inherited page, so this can be negative); nullopt when the child crashed or
+// accepted the file.
+std::optional<long> childPeakGrowthKb(const std::string &path) {
+    std::FILE *statm = std::fopen("/proc/self/statm", "r");
+    long pages = 0, resident = 0;
+    if (statm == nullptr || std::fscanf(statm, "%ld %ld", &pages, &resident) != 2) {
+        return std::nullopt;
+    }
+    std::fclose(statm);
+    const long residentKb = resident * (::sysconf(_SC_PAGESIZE) / 1024);
+    const pid_t child = ::fork();
+    if (child == 0) {
+        ::_exit(readPlistFile(path).has_value() ? 1 : 0);
+    }
+    int status = 0;
+    rusage usage{};
+    if (child < 0 || ::wait4(child, &status, 0, &usage) != child || !WIFEXITED(status) ||
+        WEXITSTATUS(status) != 0) {
+        return std::nullopt;
+    }
+    return usage.ru_maxrss - residentKb;
+}
+
+class PlistGuardFileTest : public test::TempEnvTest {};
+
+TEST_F(PlistGuardFileTest, HugeAndDeepFilesAreRefusedWithoutCrashOrBigMemory) {
+    const std::string path = home_ + "/hostile.plist";
+    const std::pair<const char *, std::string> cases[] = {
+        {"3.5 MB: a comment of 150,000 closing tags, then 150,000 nested arrays",
+         plist("<!--" + repeat("</array>", 150'000) + "-->" + nested(150'000))},
+        {"1,000,000-deep nest", plist(nested(1'000'000))},
+        {"100 MB file", ""},  // sparse: made below, never held in memory
+    };
+    for (const auto &[label, bytes] : cases) {
+        std::ofstream(path, std::ios::binary | std::ios::trunc) << bytes;
+        if (bytes.empty()) {
+            std::filesystem::resize_file(path, 100 * 1024 * 1024);
+        }
+        const std::optional<long> growth = childPeakGrowthKb(path);
+        ASSERT_TRUE(growth.has_value()) << label << ": crashed or accepted";
+        EXPECT_LT(*growth, 32 * 1024) << label << ": more than a few copies of the largest file";
+    }
+}
+
+}  // namespace
+}  // namespace tavix
