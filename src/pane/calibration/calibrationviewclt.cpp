@@ -250,8 +250,7 @@ void CalibrationViewClt::updateUIState() {
 
     bool supported = false;
     if (const auto list = readResolutionList(getSupportResolutionListFilePath())) {
-        const std::string wanted =
-            QString::asprintf("%dx%d", width, height).toStdString();
+        const std::string wanted = QString::asprintf("%dx%d", width, height).toStdString();
         supported = std::find(list->begin(), list->end(), wanted) != list->end();
     }
     const SettingsDict settings =

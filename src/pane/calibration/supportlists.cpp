@@ -143,9 +143,9 @@ bool matchDeviceAndDisplay(std::uint16_t modelType, const DisplayInfo &display) 
         if (static_cast<std::uint16_t>(entry.modelType) != modelType) {
             continue;
         }
-        const bool manufacturer = display.vendor == kDisplayVendorIDUnknown ||
-                                  static_cast<std::uint32_t>(entry.manufacturerID) ==
-                                      display.vendor;
+        const bool manufacturer =
+            display.vendor == kDisplayVendorIDUnknown ||
+            static_cast<std::uint32_t>(entry.manufacturerID) == display.vendor;
         if (!manufacturer) {
             continue;
         }

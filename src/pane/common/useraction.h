@@ -21,19 +21,18 @@ template <typename Action>
 void onUserChange(QAbstractButton *button, QObject *context, Action action) {
     auto inClick = std::make_shared<bool>(false);
     QObject::connect(button, &QAbstractButton::pressed, context, [inClick] { *inClick = true; });
-    QObject::connect(button, &QAbstractButton::released, context,
-                     [inClick] { *inClick = false; });
+    QObject::connect(button, &QAbstractButton::released, context, [inClick] { *inClick = false; });
     QObject::connect(button, &QAbstractButton::clicked, context, action);
-    QObject::connect(button, &QAbstractButton::toggled, context,
-                     [button, inClick, action](bool checked) {
-                         // A radio button turned off by its neighbour's selection is no change
-                         // of its own.
-                         const bool exclusive = button->autoExclusive() ||
-                                                (button->group() && button->group()->exclusive());
-                         if (!*inClick && (checked || !exclusive)) {
-                             action();
-                         }
-                     });
+    QObject::connect(
+        button, &QAbstractButton::toggled, context, [button, inClick, action](bool checked) {
+            // A radio button turned off by its neighbour's selection is no change
+            // of its own.
+            const bool exclusive =
+                button->autoExclusive() || (button->group() && button->group()->exclusive());
+            if (!*inClick && (checked || !exclusive)) {
+                action();
+            }
+        });
 }
 
 // A menu: choosing an item runs the action, also when it is the item already shown; a change of
