@@ -407,10 +407,16 @@ bool CalibrationViewClt::performKeyEquivalent(const QKeyEvent *event) {
     if (!(mods & Qt::ShiftModifier) || !(mods & Qt::ControlModifier)) {
         return false;
     }
-    const QString key = chordCharacter(event);
-    if (key == SSHotKeyString_) {
+    // Pressing a modifier key on its own is no chord yet.
+    const int key = event->key();
+    if ((key >= Qt::Key_Shift && key <= Qt::Key_ScrollLock) ||
+        (key >= Qt::Key_Super_L && key <= Qt::Key_Hyper_R) || key == Qt::Key_AltGr) {
+        return false;
+    }
+    const QString character = chordCharacter(event);
+    if (character == SSHotKeyString_) {
         ChangeSimpleSettingType();
-    } else if (key == CHotKey_) {
+    } else if (character == CHotKey_) {
         ChangeCalibrationSettingType();
     }
     return true;
@@ -446,7 +452,7 @@ void CalibrationViewClt::openHotKeyWindow(const char *titleKey, const QString &c
     const QRect pane = page_ ? page_->window()->geometry() : QRect(0, 0, 0, 0);
     const double x = pane.x() + (pane.width() - win->width()) / 2.0;
     const double y = pane.y() + (pane.height() - win->height()) / 2.0;
-    win->move(static_cast<int>(x), static_cast<int>(y));
+    win->setGeometry(QRect(QPoint(static_cast<int>(x), static_cast<int>(y)), win->size()));
     win->raise();
     win->activateWindow();
     win->exec();
