@@ -529,6 +529,34 @@ class CalibrationTest : public QObject, public test::PaneFixture {
                    });
         expectSent({"12 01 00"});
     }
+
+    // A page switch that arrives while the hot-key window is open waits until it has closed.
+    void pageSwitchWaitsForTheHotKeyWindow() {
+        test::writeUtilities(test::utilities(317, true, 0));
+        gModelType = 317;
+        writeSettings(settings(0, 0, 0));
+        TavixTouchPanelPref::Options options;
+        options.monitorPeriod = std::chrono::hours(1);
+        pane_ = std::make_unique<TavixTouchPanelPref>(std::move(options));
+        view()->show();
+        QVERIFY(QTest::qWaitForWindowExposed(view()));
+        pane_->mainViewDidLoad();
+        pane_->willSelect();
+        QCOMPARE(tabView()->currentIndex(), 0);
+        auto *opener = view()->findChild<QPushButton *>(QStringLiteral("calibrationBtn_"));
+        QDialog *window = nullptr;
+        whileModal([&] { QTest::mouseClick(opener, Qt::LeftButton); },
+                   [&] {
+                       window = qobject_cast<QDialog *>(QApplication::activeModalWidget());
+                       QVERIFY(test::sendToPane(QByteArray(1, '\x01')));
+                       QVERIFY(window->isVisible());
+                       QCOMPARE(tabView()->currentIndex(), 0);
+                       QVERIFY(test::sendToPane(QByteArray(1, '\x03')));
+                       window->reject();
+                   });
+        QTRY_COMPARE(tabView()->currentIndex(), 3);
+        QCOMPARE(test::readUtilities()->intValue("currentPageIndex"), 3);
+    }
 };
 
 QTEST_MAIN(CalibrationTest)
