@@ -5,8 +5,10 @@
 #pragma once
 
 #include <QAbstractButton>
+#include <QAbstractItemView>
 #include <QButtonGroup>
 #include <QComboBox>
+#include <QItemSelectionModel>
 #include <QMetaObject>
 #include <QObject>
 
@@ -53,6 +55,17 @@ void onUserChange(QComboBox *menu, QObject *context, Action action) {
         }
         *changed = false;
     });
+    // A screen reader selects an item of the menu's list without opening it; the menu follows.
+    // While the list is open the selection only follows the pointer until a choice is made.
+    QAbstractItemView *list = menu->view();
+    QObject::connect(list->selectionModel(), &QItemSelectionModel::selectionChanged, context,
+                     [menu, list] {
+                         const QModelIndexList rows = list->selectionModel()->selectedRows();
+                         if (!list->isVisible() && rows.size() == 1 &&
+                             rows.first().row() != menu->currentIndex()) {
+                             menu->setCurrentIndex(rows.first().row());
+                         }
+                     });
 }
 
 }  // namespace tavix
