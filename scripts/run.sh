@@ -51,6 +51,10 @@ if [ -z "${TAVIX_SYSTEM_LIBRARY:-}" ]; then
   fi
 fi
 
+# The displays come from a fixture in which the simulated panel's display (model 317's) is
+# present, so the Calibration page shows a matched display.
+export TAVIX_DISPLAYS="${TAVIX_DISPLAYS:-$root/data/displays.json}"
+
 if [ ! -x "$sim" ]; then
   echo "run.sh: the panel simulator is not built yet ($sim)" >&2
   exit 1

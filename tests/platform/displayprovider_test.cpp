@@ -2,6 +2,9 @@
 // fixtures.
 #include <QDir>
 #include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QTemporaryDir>
 #include <QtTest/QtTest>
 
@@ -221,6 +224,23 @@ class DisplayProviderTest : public QObject {
         } else if (count == 2) {
             QCOMPARE(displays[1].vendor, 0u);
             QCOMPARE(displays[1].bounds, QRectF());
+        }
+    }
+
+    // Every display fixture shipped in data/ keeps exactly the format other tools read.
+    void shippedFixtures() {
+        const QDir data(QStringLiteral(TAVIX_DATA_DIR));
+        const QStringList files = data.entryList({QStringLiteral("*.json")}, QDir::Files);
+        QVERIFY(!files.isEmpty());
+        const QStringList keys{"builtin", "height", "model", "name", "vendor", "width", "x", "y"};
+        for (const QString &file : files) {
+            const QJsonDocument doc = QJsonDocument::fromJson(readAll(data.filePath(file)));
+            QVERIFY2(doc.isArray() && !doc.array().isEmpty(), qPrintable(file));
+            for (const QJsonValue &entry : doc.array()) {
+                QCOMPARE(entry.toObject().keys(), keys);
+            }
+            const FixtureDisplayProvider provider(data.filePath(file));
+            QCOMPARE(int(provider.onlineDisplays().size()), int(doc.array().size()));
         }
     }
 };

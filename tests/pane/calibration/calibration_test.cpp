@@ -530,6 +530,26 @@ class CalibrationTest : public QObject, public test::PaneFixture {
         expectSent({"12 01 00"});
     }
 
+    // The demo: the display fixture and the sample lists shipped in data/ give model 317 its
+    // display, with the simple calibration allowed.
+    void demoFixtureMatchesTheSampleLists() {
+        const QDir data(QStringLiteral(TAVIX_DATA_DIR));
+        for (const auto &[name, path] :
+             {std::pair{"DeviceList.plist", getSupportDeviceListFilePath()},
+              std::pair{"SupportResolutionList.plist", getSupportResolutionListFilePath()}}) {
+            QFile::remove(QString::fromStdString(path));
+            QVERIFY(QFile::copy(data.filePath(QLatin1String(name)), QString::fromStdString(path)));
+        }
+        gModelType = 317;
+        writeSettings(settings(0, 1, 0));
+        makePage(317, FixtureDisplayProvider(data.filePath(QStringLiteral("displays.json")))
+                          .onlineDisplays());
+        QCOMPARE(w<QLabel>("resolution_")->text(), QStringLiteral("1920 * 1080"));
+        QCOMPARE(w<QLabel>("touchDisplay_")->text(),
+                 localizedText("Calibration.display.matched").arg(QStringLiteral("DP-2")));
+        QVERIFY(matrix("calibrationMatrix_")->cell(0, 0)->isEnabled());
+    }
+
     // A page switch that arrives while the hot-key window is open waits until it has closed.
     void pageSwitchWaitsForTheHotKeyWindow() {
         test::writeUtilities(test::utilities(317, true, 0));
