@@ -154,6 +154,7 @@ void CalibrationViewClt::buildPage(QWidget *page) {
 
     auto *keyBox = new QGroupBox(localizedText("Calibration.hotKeys"), content_);
     auto *keyLayout = new QFormLayout(keyBox);
+    keyLayout->setFieldGrowthPolicy(QFormLayout::FieldsStayAtSizeHint);
     calibrationBtn_ = new QPushButton(keyBox);
     calibrationBtn_->setObjectName(QStringLiteral("calibrationBtn_"));
     simpleSwitchBtn_ = new QPushButton(keyBox);
