@@ -161,6 +161,10 @@ void CalibrationViewClt::buildPage(QWidget *page) {
     simpleSwitchBtn_->setObjectName(QStringLiteral("simpleSwitchBtn_"));
     keyLayout->addRow(localizedText("Calibration.hotKey.calibration"), calibrationBtn_);
     keyLayout->addRow(localizedText("Calibration.hotKey.simple"), simpleSwitchBtn_);
+    // A screen reader names the buttons by what they set, the title tells the key.
+    calibrationBtn_->setAccessibleName(localizedText("HotKey.calibration.title"));
+    simpleSwitchBtn_->setAccessibleName(localizedText("HotKey.simple.title"));
+    resolution_->setAccessibleName(localizedText("Calibration.resolution"));
     column->addWidget(keyBox);
     column->addStretch();
 
@@ -182,6 +186,7 @@ void CalibrationViewClt::buildHotKeyWindow() {
     row->addWidget(new QLabel(localizedText("HotKey.prompt"), win));
     hotKey_ = new QComboBox(win);
     hotKey_->setObjectName(QStringLiteral("hotKey_"));
+    hotKey_->setAccessibleName(localizedText("HotKey.prompt"));
     // Single ASCII characters, letters in upper case as the chord is pressed with Shift.
     for (char c = 'A'; c <= 'Z'; ++c) {
         hotKey_->addItem(QString(QChar(c)));
@@ -358,7 +363,10 @@ void CalibrationViewClt::ChangeSimpleSettingType() {
     const CurrentSettings s = readCurrentSettings();
     if (s.exists) {
         const std::int64_t t = s.dict.intValue("SimpleCalibrationType");
-        simpleSetting_->selectCell(static_cast<int>((t + 1) % 3), 0);
+        // (t + 1) mod 3 with truncating division; the largest value must not overflow.
+        const std::int64_t next =
+            t == std::numeric_limits<std::int64_t>::max() ? (t % 3 + 1) % 3 : (t + 1) % 3;
+        simpleSetting_->selectCell(static_cast<int>(next), 0);
         setSimpleSettingType(simpleSetting_);
     }
 }
