@@ -60,6 +60,10 @@ if [ -x "$utility" ] && mkdir -p "$app_dir"; then
 fi
 export PATH="$build/src/host:$build/src/tools/panelctl:$PATH"
 
+# The displays come from a fixture in which the simulated panel's display (model 317's) is
+# present, so the Calibration page shows a matched display.
+export TAVIX_DISPLAYS="${TAVIX_DISPLAYS:-$root/data/displays.json}"
+
 if [ ! -x "$sim" ]; then
   echo "run.sh: the panel simulator is not built yet ($sim)" >&2
   exit 1

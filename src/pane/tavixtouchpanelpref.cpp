@@ -275,6 +275,63 @@ QByteArray TavixTouchPanelPref::myProgressPortCallBack(qint32 msgid, const QByte
     if (data.isEmpty() || !mainView_) {
         return {};
     }
+    // A page switch under an open modal window would leave it open for good: wait for it.
+    if (QApplication::activeModalWidget() != nullptr || !pendingCommands_.empty()) {
+        pendingCommands_.push_back(data);
+        watchModalWindow();
+        return {};
+    }
+    handlePortMessage(data);
+    return {};
+}
+
+void TavixTouchPanelPref::watchModalWindow() {
+    QWidget *modal = QApplication::activeModalWidget();
+    if (modal == nullptr) {
+        QMetaObject::invokeMethod(
+            this, [this] { drainPendingCommands(); }, Qt::QueuedConnection);
+        return;
+    }
+    if (watchedModal_ == modal) {
+        return;
+    }
+    if (watchedModal_) {
+        watchedModal_->removeEventFilter(this);
+    }
+    watchedModal_ = modal;
+    modal->installEventFilter(this);
+    connect(
+        modal, &QObject::destroyed, this, [this] { drainPendingCommands(); }, Qt::QueuedConnection);
+}
+
+bool TavixTouchPanelPref::eventFilter(QObject *watched, QEvent *event) {
+    if (watched == watchedModal_ && event->type() == QEvent::Hide) {
+        QMetaObject::invokeMethod(
+            this, [this] { drainPendingCommands(); }, Qt::QueuedConnection);
+    }
+    return QObject::eventFilter(watched, event);
+}
+
+void TavixTouchPanelPref::drainPendingCommands() {
+    while (!pendingCommands_.empty()) {
+        if (QApplication::activeModalWidget() != nullptr) {
+            watchModalWindow();
+            return;
+        }
+        const QByteArray data = pendingCommands_.front();
+        pendingCommands_.pop_front();
+        handlePortMessage(data);
+    }
+    if (watchedModal_) {
+        watchedModal_->removeEventFilter(this);
+        watchedModal_ = nullptr;
+    }
+}
+
+void TavixTouchPanelPref::handlePortMessage(const QByteArray &data) {
+    if (data.isEmpty() || !mainView_) {
+        return;
+    }
     const auto code = static_cast<std::uint8_t>(data.at(0));
     const SettingsDict d = readUtilitiesDictionary();
     gModelType = static_cast<std::int32_t>(d.intValue("currentDeviceType"));
@@ -318,7 +375,6 @@ QByteArray TavixTouchPanelPref::myProgressPortCallBack(qint32 msgid, const QByte
         default:
             break;
     }
-    return {};
 }
 
 void TavixTouchPanelPref::checkDeviceConnectStatus() {

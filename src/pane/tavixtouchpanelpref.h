@@ -9,6 +9,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
+#include <deque>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -109,7 +110,9 @@ class TavixTouchPanelPref : public QObject, public PreferencePane {
     // Switches the status-bar setting off without quitting the utility.
     void hideStatusBar();
 
-    // The port callback: the first byte of data is the code; nothing is ever replied.
+    // The port callback: the first byte of data is the code; nothing is ever replied. While a
+    // modal window or alert of the pane is open, messages wait and are handled in order once it
+    // has closed.
     QByteArray myProgressPortCallBack(qint32 msgid, const QByteArray &data);
 
     bool statusBarIsShow() const { return statusBarIsShow_; }
@@ -120,7 +123,14 @@ class TavixTouchPanelPref : public QObject, public PreferencePane {
     // into the pages have run.
     void statePolled();
 
+  protected:
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
   private:
+    void handlePortMessage(const QByteArray &data);
+    // Handles the waiting port messages unless a modal window is (again) open.
+    void drainPendingCommands();
+    void watchModalWindow();
     // The state monitor's thread body; runs until the pane is destroyed.
     void checkDeviceConnectStatus();
     void monitorPass();
@@ -145,6 +155,8 @@ class TavixTouchPanelPref : public QObject, public PreferencePane {
     QLabel *alertTextField_ = nullptr;
     PageControllers controllers_;
     std::unique_ptr<LocalMessagePort> localPortForSBApp_;
+    std::deque<QByteArray> pendingCommands_;
+    QPointer<QWidget> watchedModal_;
 
     std::mutex monitorMutex_;
     std::condition_variable monitorWake_;

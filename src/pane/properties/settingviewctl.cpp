@@ -22,6 +22,7 @@
 #include "systeminfo.h"
 #include "testview.h"
 #include "ui_settingview.h"
+#include "useraction.h"
 
 namespace tavix {
 
@@ -102,12 +103,13 @@ void SettingViewCtl::connectControls() {
             &SettingViewCtl::doubleClickRangeNormal);
     connect(ui_->speedNormalButton, &QPushButton::clicked, this,
             &SettingViewCtl::doubleClickSpeedNormal);
-    for (QCheckBox *box : {towFingerSwipeBtn_, twoFingerRotationBtn1_, twoFingerPinchBtn_}) {
-        connect(box, &QCheckBox::clicked, this, [this, box] { functionChange(box); });
-    }
-    for (QComboBox *menu :
-         {buttonF1_, buttonF2_, inputMode_, resolutionNoticeFlag_, eraserAreaMode_}) {
-        connect(menu, &QComboBox::activated, this, [this, menu] { functionChange(menu); });
+    // A screen reader's toggle or item selection sends the command just as a click does.
+    for (const FunctionControl &entry : functionControls()) {
+        if (auto *box = qobject_cast<QCheckBox *>(entry.control)) {
+            onUserChange(box, this, [this, box] { functionChange(box); });
+        } else if (auto *menu = qobject_cast<QComboBox *>(entry.control)) {
+            onUserChange(menu, this, [this, menu] { functionChange(menu); });
+        }
     }
     connect(rengeText_, &QLineEdit::editingFinished, this,
             &SettingViewCtl::rangeTextEditingFinished);
@@ -177,6 +179,11 @@ void SettingViewCtl::updateUIState() {
     const SettingsDict settings = readCurrentSettings(&exists);
     const auto checkState = [](bool on) { return on ? Qt::Checked : Qt::Unchecked; };
 
+    // Showing the file's values is no change of the user's: nothing is sent.
+    std::vector<std::unique_ptr<QSignalBlocker>> blockers;
+    for (const FunctionControl &entry : functionControls()) {
+        blockers.push_back(std::make_unique<QSignalBlocker>(entry.control));
+    }
     if (exists) {
         towFingerSwipeBtn_->setCheckState(checkState(settings.boolValue("TwoFingerSwipe")));
         twoFingerRotationBtn1_->setCheckState(checkState(settings.boolValue("TwoFingerRotation")));
@@ -205,6 +212,7 @@ void SettingViewCtl::updateUIState() {
         doubleClickRate_ = kRateNormal;
         doubleClickRange_ = versionStringIsFixedRangeSystem() ? 64 : kRangeNormal;
     }
+    blockers.clear();
     setRateSliderValue(1.0 - doubleClickRate_);
     setTimeIntervals(doubleClickRate_);
 
@@ -294,36 +302,44 @@ void SettingViewCtl::doubleClickOnTestView() {
     testView_->update();
 }
 
-void SettingViewCtl::functionChange(QObject *control) {
-    const auto checkBoxValue = [](const QCheckBox *box) {
-        return box->checkState() == Qt::Checked ? 1 : 0;  // a mixed state sends 0
-    };
-    const auto menuFlag = [](const QComboBox *menu) { return menu->currentIndex() != 0 ? 1 : 0; };
+namespace {
 
+int checkBoxValue(const QWidget *control) {
+    // A mixed state sends 0.
+    return static_cast<const QCheckBox *>(control)->checkState() == Qt::Checked ? 1 : 0;
+}
+int menuFlag(const QWidget *control) {
+    return static_cast<const QComboBox *>(control)->currentIndex() != 0 ? 1 : 0;
+}
+int menuIndex(const QWidget *control) {
+    return static_cast<const QComboBox *>(control)->currentIndex();
+}
+
+}  // namespace
+
+std::vector<SettingViewCtl::FunctionControl> SettingViewCtl::functionControls() const {
+    // In the order the page checks them.
+    return {
+        {towFingerSwipeBtn_, COMMAND_SET_TWO_FINGER_SWIPE, checkBoxValue},
+        {twoFingerRotationBtn1_, COMMAND_SET_TWO_FINGER_ROTATION, checkBoxValue},
+        {twoFingerPinchBtn_, COMMAND_SET_TWO_FINGER_PINCH, checkBoxValue},
+        {buttonF1_, COMMAND_SET_FUNCTION_BUTTON_1, menuFlag},
+        {buttonF2_, COMMAND_SET_FUNCTION_BUTTON_2, menuFlag},
+        {inputMode_, COMMAND_SET_INPUT_MODE, menuIndex},
+        {resolutionNoticeFlag_, COMMAND_SET_RESOLUTION_NOTICE, menuFlag},
+        {eraserAreaMode_, COMMAND_SET_ERASER_AREA_MODE, menuFlag},
+    };
+}
+
+void SettingViewCtl::functionChange(QObject *control) {
     if (control == nullptr) {
         return;
     }
-    if (control == towFingerSwipeBtn_) {
-        SendDataToRemotePort(
-            makeCommandU16(COMMAND_SET_TWO_FINGER_SWIPE, checkBoxValue(towFingerSwipeBtn_)));
-    } else if (control == twoFingerRotationBtn1_) {
-        SendDataToRemotePort(
-            makeCommandU16(COMMAND_SET_TWO_FINGER_ROTATION, checkBoxValue(twoFingerRotationBtn1_)));
-    } else if (control == twoFingerPinchBtn_) {
-        SendDataToRemotePort(
-            makeCommandU16(COMMAND_SET_TWO_FINGER_PINCH, checkBoxValue(twoFingerPinchBtn_)));
-    } else if (control == buttonF1_) {
-        SendDataToRemotePort(makeCommandU16(COMMAND_SET_FUNCTION_BUTTON_1, menuFlag(buttonF1_)));
-    } else if (control == buttonF2_) {
-        SendDataToRemotePort(makeCommandU16(COMMAND_SET_FUNCTION_BUTTON_2, menuFlag(buttonF2_)));
-    } else if (control == inputMode_) {
-        SendDataToRemotePort(makeCommandU16(COMMAND_SET_INPUT_MODE, inputMode_->currentIndex()));
-    } else if (control == resolutionNoticeFlag_) {
-        SendDataToRemotePort(
-            makeCommandU16(COMMAND_SET_RESOLUTION_NOTICE, menuFlag(resolutionNoticeFlag_)));
-    } else if (control == eraserAreaMode_) {
-        SendDataToRemotePort(
-            makeCommandU16(COMMAND_SET_ERASER_AREA_MODE, menuFlag(eraserAreaMode_)));
+    for (const FunctionControl &entry : functionControls()) {
+        if (entry.control == control) {
+            SendDataToRemotePort(makeCommandU16(entry.code, entry.value(entry.control)));
+            return;
+        }
     }
 }
 

@@ -11,7 +11,9 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <vector>
 
+#include "commands.h"
 #include "pagecontroller.h"
 #include "settings_dict.h"
 
@@ -89,6 +91,15 @@ class SettingViewCtl : public QObject, public PageController {
     std::int32_t doubleClickRange() const { return doubleClickRange_; }
 
   private:
+    // One of the eight gesture, button and mode controls, the command it sends and how the
+    // command's value is read from it.
+    struct FunctionControl {
+        QWidget *control;
+        CommandCode code;
+        int (*value)(const QWidget *control);
+    };
+    std::vector<FunctionControl> functionControls() const;
+
     void connectControls();
     void rangeTextEditingFinished();
     void setRateSliderValue(double value);

@@ -1,5 +1,7 @@
 // The Properties page driven through its real widgets, with the commands checked byte for byte at
 // a fake daemon on a private session bus.
+#include <QAccessible>
+#include <QAccessibleActionInterface>
 #include <QCheckBox>
 #include <QComboBox>
 #include <QLabel>
@@ -240,7 +242,7 @@ class SettingViewCtlTest : public QObject {
     }
 
     // functionChange: the check boxes toggled with Space (1 only for the plain on state; states
-    // 0 off, 1 mixed, 2 on), the menus stepped with the arrow keys.
+    // 0 off, 1 mixed, 2 on), the menus stepped with the arrow keys, and the same by screen reader.
     void functionChange_data() {
         QTest::addColumn<QString>("name");
         QTest::addColumn<int>("before");
@@ -274,16 +276,32 @@ class SettingViewCtlTest : public QObject {
         ctl_->updateUIState();
         auto *box = page_->findChild<QCheckBox *>(name);
         auto *menu = page_->findChild<QComboBox *>(name);
-        if (box) {
-            box->setTristate(before == 1 || after == 1);
-            box->setCheckState(Qt::CheckState(before));
-        } else {
-            menu->setCurrentIndex(before);
+        // By keyboard, then as a screen reader does it: the toggle action (which knows no mixed
+        // state), the selection of a menu item.
+        for (bool reader : {false, true}) {
+            if (reader && box && (before == 1 || after == 1)) {
+                continue;
+            }
+            {
+                const QSignalBlocker blocker(w(name));  // the starting state is no change
+                box ? box->setTristate(before == 1 || after == 1),
+                    box->setCheckState(Qt::CheckState(before)) : menu->setCurrentIndex(before);
+            }
+            focus(w(name));
+            QAccessibleInterface *item = QAccessible::queryAccessibleInterface(w(name));
+            if (!reader) {
+                QTest::keyClick(w(name), box              ? Qt::Key_Space
+                                         : after > before ? Qt::Key_Down
+                                                          : Qt::Key_Up);
+            } else {
+                // A menu's item is a child of its list.
+                (box ? item : item->child(0)->child(after))
+                    ->actionInterface()
+                    ->doAction(QAccessibleActionInterface::toggleAction());
+            }
+            QCOMPARE(box ? int(box->checkState()) : menu->currentIndex(), after);
+            expectSent({sent});
         }
-        focus(w(name));
-        QTest::keyClick(w(name), box ? Qt::Key_Space : after > before ? Qt::Key_Down : Qt::Key_Up);
-        QCOMPARE(box ? int(box->checkState()) : menu->currentIndex(), after);
-        expectSent({sent});
     }
 
     void functionChangeIgnoresOtherSenders() {

@@ -1,0 +1,410 @@
+// The Calibration page driven through its real widgets and key events, with fake displays, real
+// support lists and settings files in a temporary HOME, and the commands checked byte for byte
+// at a fake daemon on a private session bus.
+#include <QAccessible>
+#include <QAccessibleActionInterface>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QRadioButton>
+
+#include <sys/stat.h>
+
+#include "calibration/calibrationviewclt.h"
+#include "calibration/radiomatrix.h"
+#include "pane_test_support.h"
+#include "properties_env.h"
+
+using namespace tavix;
+
+namespace {
+
+constexpr std::uint32_t kVendor = 21208, kProduct = 12656, kUnknown = kDisplayVendorIDUnknown;
+
+struct FakeDisplays final : DisplayProvider {
+    std::vector<DisplayInfo> list;
+    std::vector<DisplayInfo> onlineDisplays() const override { return list; }
+};
+
+DisplayInfo display(const char *name, double w, double h, std::uint32_t vendor, std::uint32_t model,
+                    bool builtin = false) {
+    return {QRectF(0, 0, w, h), vendor, model, builtin, name, QStringLiteral("M ") + name};
+}
+
+// 317 lists the 0x717 model too (it must never match); 500 has two entries, the second of which
+// matches; 400 has no "Display".
+const char kDeviceList[] = R"(<plist version="1.0"><array>
+<dict><key>ModelType</key><integer>317</integer><key>Display</key><dict><key>ManufacturerID</key>
+<integer>21208</integer><key>ProductID</key><array><integer>12656</integer><integer>1815</integer>
+</array></dict></dict>
+<dict><key>ModelType</key><integer>500</integer><key>Display</key><dict><key>ManufacturerID</key>
+<integer>99</integer><key>ProductID</key><array><integer>7</integer></array></dict></dict>
+<dict><key>ModelType</key><integer>500</integer><key>Display</key><dict><key>ManufacturerID</key>
+<integer>98</integer><key>ProductID</key><array><integer>8</integer></array></dict></dict>
+<dict><key>ModelType</key><integer>400</integer></dict></array></plist>)";
+const char kResolutions[] = R"(<plist version="1.0"><array><string>1280x720</string>
+<string>1919x1080</string><string>1920x1080</string></array></plist>)";
+
+SettingsDict settings(int calibrationType, int simpleType, int rotateMode) {
+    SettingsDict d = settingItemsDefaults();
+    d.set("CalibrationType", calibrationType);
+    d.set("SimpleCalibrationType", simpleType);
+    d.set("RotateMode", rotateMode);
+    return d;
+}
+
+// Counts the key presses that reach it, leaving out the modifier keys QTest presses first.
+struct KeySink : QWidget {
+    int presses = 0;
+    void keyPressEvent(QKeyEvent *e) override { presses += e->key() < Qt::Key_Escape ? 1 : 0; }
+};
+
+// Table-driven tests name their rows after the first member of each entry.
+template <typename T, std::size_t N>
+void rows(const T (&table)[N]) {
+    QTest::addColumn<int>("i");
+    for (std::size_t i = 0; i < N; ++i) {
+        QTest::newRow(table[i].name) << int(i);
+    }
+}
+template <typename T, std::size_t N>
+const T &row(const T (&table)[N]) {
+    QFETCH(int, i);
+    return table[i];
+}
+QStringList commands(const char *commas) {
+    return QString::fromLatin1(commas).split(',', Qt::SkipEmptyParts);
+}
+
+// The page as the settings file and the lists leave it (1920 wide is listed, 1024 is not).
+const struct State {
+    const char *name;
+    int model;
+    double width;
+    int type, rotate;
+    bool simple, simpleCell;  // the simple type shown; its cell enabled
+    int manualRow;
+} kStates[] = {
+    {"simple", 317, 1920, 0, 0, true, true, 0},
+    {"manual, model 42", 42, 1920, 1, 0, false, true, 0},
+    {"type 2 on 317", 317, 1920, 2, 0, false, true, 1},
+    {"type 2 on model 42", 42, 1920, 2, 0, false, true, 0},
+    {"RotateMode 1", 317, 1920, 0, 1, false, false, 0},
+    {"RotateMode 3", 317, 1920, 0, 3, false, false, 0},
+    {"RotateMode 2", 317, 1920, 0, 2, true, true, 0},
+    {"resolution not listed", 317, 1024, 0, 0, false, false, 0},
+};
+
+// A control ("<matrix>_<row>_<column>" or a button) with "CalibrationType" in the file.
+const struct Control {
+    const char *name, *control;
+    int type;
+    const char *sent;
+} kControls[] = {
+    {"simple type", "calibrationMatrix__0_0", 1, "12 00 00"},
+    {"manual type", "calibrationMatrix__0_1", 0, "12 01 00"},
+    {"simple setting 2", "simpleSetting__1_0", 0, "13 01 00"},
+    {"start, row 0", "startButton_", 1, "17 00 00"},
+    {"start, second manual", "startButton_", 2, "1F 00 00"},
+};
+
+// Key events with "SimpleCalibrationType" 2 in the file.
+const int kCS = Qt::ControlModifier | Qt::ShiftModifier;
+const struct Chord {
+    const char *name;
+    int key, modifiers;
+    bool consumed;
+    const char *sent;
+} kChords[] = {
+    {"C", Qt::Key_C, kCS, true, "12 01 00"},
+    {"S: 2 steps to 0", Qt::Key_S, kCS, true, "12 00 00,13 00 00"},
+    {"Control+Option+C", Qt::Key_C, Qt::ControlModifier | Qt::AltModifier, false, ""},
+    {"Control+Shift+Command+C", Qt::Key_C, kCS | Qt::MetaModifier, true, "12 01 00"},
+    {"X consumed", Qt::Key_X, kCS, true, ""},
+    {"Shift+C", Qt::Key_C, Qt::ShiftModifier, false, ""},
+};
+
+// A key confirmed in the hot-key window; the alert named by its text's key.
+const struct HotKey {
+    const char *name;
+    bool simple;
+    const char *key;
+    bool file, daemon;
+    const char *alert, *sent;
+} kHotKeys[] = {
+    {"calibration key changed", false, "K", true, true, "Alert.CalibrationHotKeyChanged", "18 4B"},
+    {"simple key changed", true, "7", true, true, "Alert.SimpleHotKeyChanged", "19 37"},
+    {"unchanged", false, "C", true, true, "", "18 43"},
+    {"the other key's key", false, "S", true, true, "Alert.HotKeyFailure", ""},
+    {"no settings file", false, "K", false, true, "", "00 00"},
+    {"no daemon port", false, "K", true, false, "Alert.CalibrationHotKeyChanged", ""},
+};
+
+}  // namespace
+
+Q_DECLARE_METATYPE(std::vector<tavix::DisplayInfo>)
+
+class CalibrationTest : public QObject, public test::PaneFixture {
+    Q_OBJECT
+
+    test::RecordingDaemon daemon_;
+    std::unique_ptr<QWidget> window_;
+    KeySink *sink_ = nullptr;
+    CalibrationViewClt *ctl_ = nullptr;
+
+    template <typename T = RadioMatrix>
+    T *w(const QString &name) const {
+        T *widget = window_->findChild<T *>(name);
+        return widget ? widget : (qFatal("no widget %s", qPrintable(name)), nullptr);
+    }
+    void expectSent(const QStringList &expected) {
+        test::sendMarker();
+        QTRY_VERIFY(daemon_.received.contains(test::kMarker));
+        QCOMPARE(std::exchange(daemon_.received, {}), expected + QStringList{test::kMarker});
+    }
+    std::string path() const { return getSettingsFilePath(gModelType.load()); }
+    // A page for the model, with the displays and, unless null, the settings file.
+    void makePage(int model, std::vector<DisplayInfo> list, std::optional<SettingsDict> file) {
+        gModelType = model;
+        QFile::remove(QString::fromStdString(path()));
+        QVERIFY(!file || writePlistFileAtomically(*file, path()));
+        window_ = std::make_unique<QWidget>();
+        window_->resize(700, 560);
+        auto *page = new QWidget(window_.get());
+        page->resize(window_->size());
+        sink_ = new KeySink;
+        sink_->setParent(window_.get());
+        sink_->setFocusPolicy(Qt::StrongFocus);
+        auto displays = std::make_shared<FakeDisplays>();
+        displays->list = std::move(list);
+        ctl_ = new CalibrationViewClt(page, displays, page);
+        window_->show();
+        QVERIFY(QTest::qWaitForWindowExposed(window_.get()));
+        ctl_->updateUIState();
+    }
+    // Runs `inside` once the modal window opened by `open` is up, then closes what is left.
+    void whileModal(const std::function<void()> &open, const std::function<void()> &inside) {
+        bool ran = false;
+        QTimer::singleShot(0, this, [&] {
+            QTRY_VERIFY(QApplication::activeModalWidget() != nullptr);
+            inside();
+            ran = true;
+            while (QWidget *modal = QApplication::activeModalWidget()) {
+                modal->close();
+            }
+        });
+        open();
+        QVERIFY(ran);
+    }
+
+  private slots:
+    void initTestCase() { QVERIFY(daemon_.start()); }
+    void init() {
+        resetFixture();
+        for (const auto &[path, text] : {std::pair{getSupportDeviceListFilePath(), kDeviceList},
+                                         {getSupportResolutionListFilePath(), kResolutions}}) {
+            QFile file(QString::fromStdString(path));
+            QVERIFY(file.open(QIODevice::WriteOnly) && file.write(text) > 0);
+        }
+    }
+    void cleanup() { window_.reset(); }
+
+    void displayChoice_data() {
+        const DisplayInfo panel = display("DP-2", 1920, 1080, kVendor, kProduct),
+                          laptop = display("eDP-1", 1366, 768, 1, 2, true),
+                          hdmi = display("HDMI-A-1", 1280, 720, 3, 4);
+        QTest::addColumn<int>("model");
+        QTest::addColumn<std::vector<DisplayInfo>>("list");
+        QTest::addColumn<QString>("resolution");
+        QTest::addColumn<QString>("shown");  // text key and connector
+        const auto add = [](const char *name, int model, std::vector<DisplayInfo> list,
+                            const char *resolution, const char *shown) {
+            QTest::newRow(name) << model << list << resolution << shown;
+        };
+        add("matched after another", 317, {hdmi, panel}, "1920 * 1080", "matched DP-2");
+        add("two matches: the later", 317, {panel, display("DP-3", 2560, 1440, kVendor, kProduct)},
+            "2560 * 1440", "matched DP-3");
+        add("0x717 never", 317, {display("DP-4", 1600, 900, kVendor, 0x717), laptop}, "1600 * 900",
+            "fallback DP-4");
+        add("vendor unknown", 317, {display("DP-5", 1280, 720, kUnknown, kProduct)}, "1280 * 720",
+            "matched DP-5");
+        add("external over built-in", 317, {hdmi, laptop}, "1280 * 720", "fallback HDMI-A-1");
+        add("built-in only", 317, {laptop}, "1366 * 768", "fallback eDP-1");
+        add("none", 317, {}, "0 * 0", "none -");
+        add("1919.6 wide", 317, {display("DP-2", 1919.6, 1080.9, kVendor, kProduct)}, "1919 * 1080",
+            "matched DP-2");
+        add("equal low 16 bits", 317 + 0x10000, {panel}, "1920 * 1080", "matched DP-2");
+        add("no early exit", 500, {display("DP-6", 1280, 720, 98, 8)}, "1280 * 720",
+            "matched DP-6");
+        add("no Display", 400, {display("DP-7", 1280, 720, 0, 0)}, "1280 * 720", "fallback DP-7");
+    }
+    void displayChoice() {
+        QFETCH(int, model);
+        QFETCH(std::vector<DisplayInfo>, list);
+        QFETCH(QString, resolution);
+        QFETCH(QString, shown);
+        makePage(model, list, std::nullopt);
+        QCOMPARE(w<QLabel>("resolution_")->text(), resolution);
+        QVERIFY(!w<QLabel>("resolution_")->isEnabled());
+        const QString name = shown.section(' ', 1);
+        const QByteArray key = "Calibration.display." + shown.section(' ', 0, 0).toLatin1();
+        const QString text = localizedText(key.constData());
+        QCOMPARE(w<QLabel>("touchDisplay_")->text(),
+                 text.contains("%1") ? text.arg(name + ", M " + name) : text);
+    }
+
+    // Nothing is sent and the file keeps its type.
+    void pageState_data() { rows(kStates); }
+    void pageState() {
+        const auto &[name, model, width, type, rotate, simple, simpleCell, manualRow] =
+            row(kStates);
+        SettingsDict file = settings(type, 2, rotate);
+        file.set("CalibrationHotKey", "K");
+        makePage(model, {display("DP-9", width, 1080, 1, 1)}, file);
+        RadioMatrix *manual = w(model == 317 ? "manualSettingFor317_" : "manualSettingForOther_");
+        QCOMPARE(w("calibrationMatrix_")->selectedColumn(), simple ? 0 : 1);
+        QCOMPARE(w("calibrationMatrix_")->cell(0, 0)->isEnabled(), simpleCell);
+        QCOMPARE(w("simpleSetting_")->selectedRow(), 2);
+        QCOMPARE(w("simpleSetting_")->isEnabled(), simple);
+        QVERIFY(manual->isVisible());
+        QCOMPARE(manual->selectedRow(), manualRow);
+        QCOMPARE(manual->isEnabled(), !simple);
+        QCOMPARE(w<QPushButton>("startButton_")->isEnabled(), !simple);
+        QCOMPARE(w<QPushButton>("calibrationBtn_")->text(), localizedText("HotKeyString") + "K");
+        QCOMPARE(w<QPushButton>("simpleSwitchBtn_")->text(), localizedText("HotKeyString") + "S");
+        expectSent({});
+        QCOMPARE(readPlistFile(path())->intValue("CalibrationType"), type);
+        // Without the file only the simple setting goes back to row 0.
+        QFile::remove(QString::fromStdString(path()));
+        ctl_->updateUIState();
+        QCOMPARE(w("simpleSetting_")->selectedRow(), 0);
+        QCOMPARE(w("calibrationMatrix_")->selectedColumn(), simple ? 0 : 1);
+        QCOMPARE(w<QPushButton>("calibrationBtn_")->text(), localizedText("HotKeyString") + "K");
+    }
+
+    // Each control sends its command, clicked or driven by a screen reader.
+    void controls_data() { rows(kControls); }
+    void controls() {
+        const Control &c = row(kControls);
+        for (bool reader : {false, true}) {
+            makePage(317, {display("DP-2", 1920, 1080, kVendor, kProduct)}, settings(c.type, 2, 0));
+            auto *button = w<QAbstractButton>(c.control);
+            if (!reader) {
+                QTest::mouseClick(button, Qt::LeftButton, {}, QPoint(6, button->height() / 2));
+            } else {
+                QAccessible::queryAccessibleInterface(button)->actionInterface()->doAction(
+                    qobject_cast<QRadioButton *>(button)
+                        ? QAccessibleActionInterface::toggleAction()
+                        : QAccessibleActionInterface::pressAction());
+                QTRY_VERIFY(!button->isDown());  // a press clicks after a short delay
+            }
+            expectSent(commands(c.sent));
+        }
+    }
+
+    // Chords reach the page wherever the focus is in its window.
+    void chords_data() { rows(kChords); }
+    void chords() {
+        const Chord &c = row(kChords);
+        makePage(317, {display("DP-2", 1920, 1080, kVendor, kProduct)}, settings(0, 2, 0));
+        sink_->setFocus();
+        QTRY_VERIFY(sink_->hasFocus());
+        auto *keys = ctl_->hotKeyWindow()->findChild<QComboBox *>();
+        keys->setCurrentIndex(-1);
+        QTest::keyClick(sink_, Qt::Key(c.key), Qt::KeyboardModifiers(c.modifiers));
+        QCOMPARE(sink_->presses, c.consumed ? 0 : 1);
+        expectSent(commands(c.sent));
+        // The calibration key selects the simple-switch key in the window: kept so.
+        QCOMPARE(keys->currentText(), QString(c.sent).endsWith("12 01 00") ? "S" : "");
+    }
+
+    // The hot-key window: the alert, what is stored and sent, whether the window closes.
+    void hotKeyWindow_data() { rows(kHotKeys); }
+    void hotKeyWindow() {
+        const auto &[name, simple, key, file, daemon, alertKey, sent] = row(kHotKeys);
+        const QString alert = QString::fromLatin1(alertKey);
+        makePage(317, {}, file ? std::optional(settings(0, 0, 0)) : std::nullopt);
+        struct stat before {};
+        ::stat(path().c_str(), &before);
+        daemon ? void() : daemon_.stop();
+        QString alertText;
+        bool keptUnderAlert = false, open = false;
+        QDialog *win = ctl_->hotKeyWindow();
+        const bool changed = alert.endsWith("Changed"), stored = file && !alert.endsWith("Failure");
+        whileModal(
+            [&] {
+                QTest::mouseClick(w<QPushButton>(simple ? "simpleSwitchBtn_" : "calibrationBtn_"),
+                                  Qt::LeftButton);
+            },
+            [&] {
+                const QRect pane = window_->geometry();
+                QCOMPARE(win->geometry().topLeft(),
+                         pane.topLeft() + QPoint((pane.width() - win->width()) / 2,
+                                                 (pane.height() - win->height()) / 2));
+                QCOMPARE(win->windowTitle(), localizedText(simple ? "HotKey.simple.title"
+                                                                  : "HotKey.calibration.title"));
+                auto *keys = win->findChild<QComboBox *>();
+                keys->setCurrentIndex(keys->findText(key));
+                QTimer::singleShot(0, this, [&] {
+                    if (auto *box =
+                            qobject_cast<QMessageBox *>(QApplication::activeModalWidget())) {
+                        alertText = box->text();
+                        if (ctl_->doubleModal) {
+                            ctl_->hideModelWindow();  // the monitor, under the alert
+                            keptUnderAlert = win->isVisible();
+                        }
+                        box->buttons().first()->click();
+                    }
+                });
+                QTest::mouseClick(win->findChild<QPushButton *>("hotKeySet"), Qt::LeftButton);
+                open = win->isVisible();
+            });
+        QVERIFY(daemon || daemon_.start());
+        QCOMPARE(open, !daemon || alert.endsWith("Failure"));
+        QCOMPARE(alertText, alert.isEmpty() ? QString()
+                                            : localizedText(alert.toLatin1().constData()) +
+                                                  (changed ? QString(key) : ""));
+        QCOMPARE(keptUnderAlert, changed);
+        QCOMPARE(ctl_->doubleModal, !daemon);
+        const QString now = stored ? QString(key) : file ? (simple ? "S" : "C") : "";
+        QCOMPARE(readPlistFile(path())
+                     .value_or(SettingsDict{})
+                     .stringValue(simple ? "SimpleHotKey" : "CalibrationHotKey"),
+                 now.toStdString());
+        struct stat after {};
+        ::stat(path().c_str(), &after);
+        QCOMPARE(after.st_ino != before.st_ino, stored);  // replaced, even when unchanged
+        QCOMPARE(w<QPushButton>(simple ? "simpleSwitchBtn_" : "calibrationBtn_")->text(),
+                 file ? localizedText("HotKeyString") + now : "");
+        expectSent(commands(sent));
+    }
+
+    // A page switch that arrives while the hot-key window is open waits until it has closed.
+    void pageSwitchWaitsForTheHotKeyWindow() {
+        test::writeUtilities(test::utilities(317, true, 0));
+        gModelType = 317;
+        QVERIFY(writePlistFileAtomically(settings(0, 0, 0), path()));
+        TavixTouchPanelPref::Options options;
+        options.monitorPeriod = std::chrono::hours(1);
+        pane_ = std::make_unique<TavixTouchPanelPref>(std::move(options));
+        view()->show();
+        pane_->mainViewDidLoad();
+        pane_->willSelect();
+        QCOMPARE(tabView()->currentIndex(), 0);
+        whileModal(
+            [&] {
+                QTest::mouseClick(view()->findChild<QPushButton *>("calibrationBtn_"),
+                                  Qt::LeftButton);
+            },
+            [&] {
+                QVERIFY(test::sendToPane(QByteArray(1, '\x01')) &&
+                        test::sendToPane(QByteArray(1, '\x03')));
+                QVERIFY(QApplication::activeModalWidget()->isVisible());
+                QCOMPARE(tabView()->currentIndex(), 0);
+            });
+        QTRY_COMPARE(tabView()->currentIndex(), 3);
+        QCOMPARE(test::readUtilities()->intValue("currentPageIndex"), 3);
+    }
+};
+
+QTEST_MAIN(CalibrationTest)
+#include "calibration_test.moc"
