@@ -57,30 +57,38 @@ bool parseOnOff(const QString &text, bool *value) {
 }  // namespace
 
 PanelSimulator::PanelSimulator(SimOptions options, QObject *parent)
-    : QObject(parent), options_(std::move(options)), vanishAt_(options_.vanishOn) {}
+    : QObject(parent), options_(std::move(options)), vanishAt_(options_.vanishOn) {
+    reporter_ = new HardwareReporter(options_.hardware, this);
+}
 
 PanelSimulator::~PanelSimulator() = default;
 
 QString PanelSimulator::consoleHelp() {
     return QStringLiteral(
-        "Commands on standard input, one per line (each answered by one line, \"ok: ...\" or\n"
-        "\"error: ...\"):\n"
-        "  connect [MODEL]  set \"currentDeviceType\" to the model (switching model when given)\n"
-        "                   and send code 4 on \"preferenceCommend\"\n"
-        "  disconnect       set \"currentDeviceType\" 0 and send code 5\n"
-        "  driver off       set \"DriverEnable\" false and send code 7\n"
-        "  driver on        set \"DriverEnable\" true and send code 6 (reload)\n"
-        "  reload           send code 6\n"
-        "  page N           send code N (0 Calibration, 1 Properties, 2 Hardware, 3 Version)\n"
-        "  next             send code 8 (next simple calibration)\n"
-        "  refresh          set \"RefreshCalibrationType\" true (the pane redraws calibration)\n"
-        "  verbose on|off   set \"VerboseLog\"\n"
-        "  delay MS         answer each later command after MS milliseconds (0: at once)\n"
-        "  noreply on|off   stop / resume answering commands\n"
-        "  vanish N         drop off the bus (exit status 3) on the Nth command from now\n"
-        "  status           show the model, connection, faults and commands received\n"
-        "  help             this text\n"
-        "  quit             exit normally\n");
+               "Commands on standard input, one per line (each answered by one line, \"ok: ...\" "
+               "or\n"
+               "\"error: ...\"):\n"
+               "  connect [MODEL]  set \"currentDeviceType\" to the model (switching model when "
+               "given)\n"
+               "                   and send code 4 on \"preferenceCommend\"\n"
+               "  disconnect       set \"currentDeviceType\" 0 and send code 5\n"
+               "  driver off       set \"DriverEnable\" false and send code 7\n"
+               "  driver on        set \"DriverEnable\" true and send code 6 (reload)\n"
+               "  reload           send code 6\n"
+               "  page N           send code N (0 Calibration, 1 Properties, 2 Hardware, 3 "
+               "Version)\n"
+               "  next             send code 8 (next simple calibration)\n"
+               "  refresh          set \"RefreshCalibrationType\" true (the pane redraws "
+               "calibration)\n"
+               "  verbose on|off   set \"VerboseLog\"\n"
+               "  delay MS         answer each later command after MS milliseconds (0: at once)\n"
+               "  noreply on|off   stop / resume answering commands\n"
+               "  vanish N         drop off the bus (exit status 3) on the Nth command from now\n"
+               "  status           show the model, connection, faults and commands received\n"
+               "%1"
+               "  help             this text\n"
+               "  quit             exit normally\n")
+        .arg(HardwareReporter::consoleHelp());
 }
 
 void PanelSimulator::note(const QString &text) const {
@@ -205,6 +213,9 @@ void PanelSimulator::onCommand(const QByteArray &data, const PortResponder &resp
         note(QStringLiteral("%1: %2, answered hardware type %3")
                  .arg(hexLine(data), QLatin1String(commandName(command->code)))
                  .arg(type));
+        if (std::optional<QString> started = reporter_->onCommand(*command, type)) {
+            note(*started);
+        }
     } else if (auto change = settingChangeForCommand(*command, options_.modelType)) {
         if (!connected_) {
             note(QStringLiteral("%1: %2 while no panel is connected, ignored")
@@ -219,6 +230,9 @@ void PanelSimulator::onCommand(const QByteArray &data, const PortResponder &resp
                           QString::fromStdString(change->key),
                           saved ? QString() : QStringLiteral(" (write failed)")));
         }
+    } else if (auto reported = reporter_->onCommand(*command, options_.modelType)) {
+        note(QStringLiteral("%1: %2, %3")
+                 .arg(hexLine(data), QLatin1String(commandName(command->code)), *reported));
     } else {
         note(
             QStringLiteral("%1: %2").arg(hexLine(data), QLatin1String(commandName(command->code))));
@@ -254,6 +268,9 @@ QString PanelSimulator::handleLine(const QString &line) {
     const QStringList words = line.simplified().split(QLatin1Char(' '), Qt::SkipEmptyParts);
     if (words.isEmpty()) {
         return QString();
+    }
+    if (std::optional<QString> answer = reporter_->handleLine(words)) {
+        return *answer;
     }
     const QString verb = words[0].toLower();
     const QString arg = words.size() > 1 ? words[1].toLower() : QString();
@@ -365,14 +382,15 @@ QString PanelSimulator::handleLine(const QString &line) {
     if (verb == QLatin1String("status")) {
         return ok(
             QStringLiteral("model %1, %2, %3 commands received, delay %4 ms, %5, vanish "
-                           "on %6")
+                           "on %6; %7")
                 .arg(options_.modelType)
                 .arg(connected_ ? QStringLiteral("connected") : QStringLiteral("disconnected"))
                 .arg(received_)
                 .arg(options_.replyDelayMs)
                 .arg(options_.neverReply ? QStringLiteral("not answering")
                                          : QStringLiteral("answering"))
-                .arg(vanishAt_ > 0 ? QString::number(vanishAt_) : QStringLiteral("never")));
+                .arg(vanishAt_ > 0 ? QString::number(vanishAt_) : QStringLiteral("never"))
+                .arg(reporter_->status()));
     }
     if (verb == QLatin1String("help")) {
         std::fputs(qPrintable(consoleHelp()), stdout);

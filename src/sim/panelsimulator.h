@@ -11,6 +11,7 @@
 #include <memory>
 #include <optional>
 
+#include "hardwarereporter.h"
 #include "messageport.h"
 #include "settings_dict.h"
 
@@ -25,6 +26,7 @@ struct SimOptions {
     bool neverReply = false;
     int vanishOn = 0;  // exit on this command (1-based), 0 for never
     bool quiet = false;
+    HardwareOptions hardware;  // reports to the hardware information page
 };
 
 class PanelSimulator : public QObject {
@@ -65,6 +67,7 @@ class PanelSimulator : public QObject {
     bool connected_ = true;
     bool vanishing_ = false;
     int vanishAt_ = 0;  // absolute command number, 0 for never
+    HardwareReporter *reporter_ = nullptr;
 };
 
 }  // namespace tavix::sim
