@@ -18,6 +18,7 @@
 #include <QMessageBox>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QScopedValueRollback>
 #include <QScreen>
 #include <QTabWidget>
 #include <QTableView>
@@ -255,7 +256,13 @@ void HardwareInformationViewCtl::buildPage(QWidget *page) {
         rotateGroup_->addButton(radio, r);
         rows->addWidget(radio);
     }
-    connect(rotateGroup_, &QButtonGroup::idClicked, this, [this](int) { changeRotateState(); });
+    // Mouse, keyboard and the accessibility interface's toggle all check a row; rows the page
+    // selects itself do not count as a choice.
+    connect(rotateGroup_, &QButtonGroup::idToggled, this, [this](int, bool checked) {
+        if (checked && !selectingRotation_) {
+            changeRotateState();
+        }
+    });
     rotationLayout->addWidget(rotateMode_);
     auto *angle = new QHBoxLayout;
     rotateAngle_ = field("rotateAngle_", rotation);
@@ -357,6 +364,7 @@ std::optional<DeviceEntry> HardwareInformationViewCtl::deviceEntry(std::int32_t 
 }
 
 void HardwareInformationViewCtl::applyRotation(std::int64_t mode) {
+    const QScopedValueRollback<bool> selecting(selectingRotation_, true);
     if (QAbstractButton *button = rotateGroup_->button(static_cast<int>(mode))) {
         button->setChecked(true);
     } else {
@@ -698,6 +706,7 @@ void HardwareInformationViewCtl::changeRotateState() {
 void HardwareInformationViewCtl::reloadRotateMode() {
     const std::optional<SettingsDict> settings = readCurrentSettings();
     const std::int64_t mode = settings ? settings->intValue("RotateMode") : 0;
+    const QScopedValueRollback<bool> selecting(selectingRotation_, true);
     if (QAbstractButton *button = rotateGroup_->button(static_cast<int>(mode))) {
         button->setChecked(true);
     }

@@ -189,6 +189,7 @@ class HardwareInformationViewCtl : public QObject, public PageController {
     std::optional<int> dipValue_;
     std::optional<ChecksumAndVersion> firmware_;
 
+    bool selectingRotation_ = false;  // the page itself is selecting a row
     QTimer pointerTimer_;
     QTimer retryTimer_;
     std::function<QStringList()> addressSource_;
