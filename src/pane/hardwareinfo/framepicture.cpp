@@ -116,7 +116,13 @@ QString FramePicture::describe() const {
         QString part = text("selfTest.picture.area")
                            .arg(label, qtTrId(verdictKey(found->second.led)),
                                 qtTrId(verdictKey(found->second.sensor)));
-        if (!failed.isEmpty()) {
+        // A few points by number; a long list would drown the other areas.
+        constexpr qsizetype kListed = 8;
+        if (failed.size() > kListed) {
+            part += QLatin1Char(' ') + text("selfTest.picture.failedMore")
+                                           .arg(failed.mid(0, kListed).join(QStringLiteral(", ")))
+                                           .arg(failed.size() - kListed);
+        } else if (!failed.isEmpty()) {
             part += QLatin1Char(' ') +
                     text("selfTest.picture.failed").arg(failed.join(QStringLiteral(", ")));
         }
@@ -188,21 +194,27 @@ void FramePicture::paintEvent(QPaintEvent *) {
                 p.drawRect(outer);
                 p.setBrush(tested ? colourOf(found->second.sensor) : kUntested);
                 p.drawRect(inner);
-                // Failed points where they sit along the strip.
+                // Failed points where they sit along the strip, in the half that failed; a
+                // strip that failed throughout says so by its colour alone.
                 const qreal points = std::max<qreal>(1, entry_->areas[i].pointCount);
-                p.setPen(QPen(Qt::black, 2));
+                const bool allLed = tested && found->second.led == Verdict::ALL;
+                const bool allSensor = tested && found->second.sensor == Verdict::ALL;
+                p.setPen(QPen(QColor(0x20, 0x20, 0x20), 2));
                 for (const ErrorRow &e : judgement_.errors) {
                     if (e.area != number) {
                         continue;
                     }
                     const qreal at = from + span * (std::max<qreal>(e.point, 1) - 0.5) / points;
-                    const QRectF cell = e.ledState == 1 ? outer : inner;
-                    const QRectF cellB = e.sensState == 1 ? inner : outer;
-                    for (const QRectF &c : {cell, cellB}) {
+                    for (const auto &[failed, cell] :
+                         {std::pair{e.ledState == 1 && !allLed, outer},
+                          std::pair{e.sensState == 1 && !allSensor, inner}}) {
+                        if (!failed) {
+                            continue;
+                        }
                         if (horizontal) {
-                            p.drawLine(QPointF(at, c.top() + 2), QPointF(at, c.bottom() - 2));
+                            p.drawLine(QPointF(at, cell.top() + 2), QPointF(at, cell.bottom() - 2));
                         } else {
-                            p.drawLine(QPointF(c.left() + 2, at), QPointF(c.right() - 2, at));
+                            p.drawLine(QPointF(cell.left() + 2, at), QPointF(cell.right() - 2, at));
                         }
                     }
                 }

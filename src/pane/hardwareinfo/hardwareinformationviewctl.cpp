@@ -187,10 +187,10 @@ void HardwareInformationViewCtl::buildPage(QWidget *page) {
     // left as the page's layout is defined; without the panels the box moves up.
     auto *boxes = new QWidget(info);
     boxes->setObjectName(QStringLiteral("serviceArea"));
-    boxes->setFixedSize(340, 400);
+    boxes->setFixedSize(340, 440);
     serviceModeView1 = new QGroupBox(L("Hardware.dipSwitches"), boxes);
     serviceModeView1->setObjectName(QStringLiteral("serviceModeView1"));
-    serviceModeView1->setGeometry(0, 0, 340, 110);
+    serviceModeView1->setGeometry(0, 0, 340, 100);
     auto *dip = new QGridLayout(serviceModeView1);
     for (int n = 0; n < 8; ++n) {
         auto *number = new QLabel(QString::number(n + 1), serviceModeView1);
@@ -203,7 +203,7 @@ void HardwareInformationViewCtl::buildPage(QWidget *page) {
     }
     serviceModeView2 = new QGroupBox(L("Hardware.functionButtons"), boxes);
     serviceModeView2->setObjectName(QStringLiteral("serviceModeView2"));
-    serviceModeView2->setGeometry(0, 115, 340, 100);
+    serviceModeView2->setGeometry(0, 105, 340, 100);
     auto *buttons = new QGridLayout(serviceModeView2);
     funByButton1_ = field("funByButton1_", serviceModeView2);
     funByButton2_ = field("funByButton2_", serviceModeView2);
@@ -219,14 +219,14 @@ void HardwareInformationViewCtl::buildPage(QWidget *page) {
     buttons->addWidget(funByButton2Text2_, 2, 0, 1, 2);
     serviceModeView3 = new QGroupBox(L("Hardware.inputModeBox"), boxes);
     serviceModeView3->setObjectName(QStringLiteral("serviceModeView3"));
-    serviceModeView3->setGeometry(0, 220, 340, 60);
+    serviceModeView3->setGeometry(0, 210, 340, 70);
     auto *mode = new QHBoxLayout(serviceModeView3);
     inputMode_ = field("inputMode_", serviceModeView3);
     mode->addWidget(caption("Hardware.inputMode", serviceModeView3, inputMode_));
     mode->addWidget(inputMode_, 1);
     firmwareInfo = new QGroupBox(L("Hardware.firmware"), boxes);
     firmwareInfo->setObjectName(QStringLiteral("firmwareInfo"));
-    firmwareInfo->setGeometry(0, 400 - 48 - 100, 340, 100);
+    firmwareInfo->setGeometry(0, 440 - 48 - 100, 340, 100);
     auto *fw = new QFormLayout(firmwareInfo);
     version_ = field("version_", firmwareInfo);
     checkSum2_ = field("checkSum2_", firmwareInfo);

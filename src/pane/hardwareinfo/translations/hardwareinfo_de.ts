@@ -243,6 +243,10 @@
         <source>(failed points %1)</source>
         <translation>(defekte Punkte %1)</translation>
     </message>
+    <message id="selfTest.picture.failedMore">
+        <source>(failed points %1 and %2 more)</source>
+        <translation>(defekte Punkte %1 und %2 weitere)</translation>
+    </message>
     <message id="selfTest.picture.legend.untested">
         <source>Not tested</source>
         <translation>Nicht geprüft</translation>

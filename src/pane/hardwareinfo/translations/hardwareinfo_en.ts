@@ -243,6 +243,10 @@
         <source>(failed points %1)</source>
         <translation>(failed points %1)</translation>
     </message>
+    <message id="selfTest.picture.failedMore">
+        <source>(failed points %1 and %2 more)</source>
+        <translation>(failed points %1 and %2 more)</translation>
+    </message>
     <message id="selfTest.picture.legend.untested">
         <source>Not tested</source>
         <translation>Not tested</translation>
