@@ -1,5 +1,7 @@
 #include "hardware_reports.h"
 
+#include "hardware_report_writer.h"
+
 #include <gtest/gtest.h>
 
 #include <string>
@@ -109,6 +111,28 @@ TEST(HardwareReportsTest, RecordFieldsAndButtons) {
     const auto b = decodeHardwareReport(buttons.data(), buttons.size());
     ASSERT_TRUE(b);
     EXPECT_EQ(encodeButtonReport(b->buttons), buttons);
+}
+
+TEST(HardwareReportsTest, ReportTextsAreEscaped) {
+    const struct {
+        std::string in;
+        const char *json;
+        const char *html;
+    } cases[] = {
+        {"Top \"1\"", "\"Top \\\"1\\\"\"", "Top &quot;1&quot;"},
+        {"a\\b\n\x01", "\"a\\\\b\\n\\u0001\"", "a\\b\n\x01"},
+        {"Ecke \xC3\xBC", "\"Ecke \xC3\xBC\"", "Ecke \xC3\xBC"},
+        {"bad \xFF<", "\"bad \\u00ff<\"", "bad \xFF&lt;"},
+        {"cut \xC3", "\"cut \\u00c3\"", "cut \xC3"},
+    };
+    for (const auto &c : cases) {
+        EXPECT_EQ(jsonString(c.in), c.json);
+        EXPECT_EQ(htmlEscape(c.in), c.html);
+    }
+    HardwareInfoReport report;
+    report.modelName = "<TX>";
+    EXPECT_NE(hardwareReportJson(report).find("\"selfTest\": null"), std::string::npos);
+    EXPECT_NE(hardwareReportHtml(report, "").find("&lt;TX&gt;"), std::string::npos);
 }
 
 }  // namespace

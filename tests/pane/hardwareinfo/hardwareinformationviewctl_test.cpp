@@ -13,9 +13,14 @@
 #include <QTabWidget>
 #include <QTableView>
 
+#include <arpa/inet.h>
+#include <ifaddrs.h>
+#include <netinet/in.h>
+
 #include "framepicture.h"
 #include "hardwareinfo_env.h"
 #include "hardwareinformationviewctl.h"
+#include "hostaddresses.h"
 
 using namespace tavix;
 using namespace tavix::test;
@@ -395,6 +400,31 @@ class HardwareInformationViewCtlTest : public QObject {
         QVERIFY(html.open(QIODevice::ReadOnly));
         QVERIFY(html.readAll().contains("data:image/png;base64,iVBOR"));
         QVERIFY(!ctl_->saveReport(env_.path(QStringLiteral("missing/dir/report"))));
+    }
+
+    // Entries without an address or of another family are skipped; loopback is kept here.
+    void addressesFromTheInterfaceList() {
+        sockaddr_in v4[2] = {};
+        const char *dotted[] = {"127.0.0.1", "198.51.100.4"};
+        for (int i = 0; i < 2; ++i) {
+            v4[i].sin_family = AF_INET;
+            QCOMPARE(inet_pton(AF_INET, dotted[i], &v4[i].sin_addr), 1);
+        }
+        sockaddr_in6 v6 = {};
+        v6.sin6_family = AF_INET6;
+        ifaddrs e[4] = {};
+        e[0].ifa_addr = reinterpret_cast<sockaddr *>(&v4[0]);
+        e[1].ifa_addr = nullptr;  // e.g. a tunnel without an address
+        e[2].ifa_addr = reinterpret_cast<sockaddr *>(&v6);
+        e[3].ifa_addr = reinterpret_cast<sockaddr *>(&v4[1]);
+        for (int i = 0; i < 3; ++i) {
+            e[i].ifa_next = &e[i + 1];
+        }
+        QCOMPARE(ipv4AddressesOf(e), (QStringList{"127.0.0.1", "198.51.100.4"}));
+        QCOMPARE(ipv4AddressesOf(nullptr), QStringList{});
+        QCOMPARE(prettyHostnameFromMachineInfo("CHASSIS=desk\nPRETTY_HOSTNAME=\"Lab \\\"A\\\"\"\n"),
+                 QStringLiteral("Lab \"A\""));
+        QCOMPARE(prettyHostnameFromMachineInfo("HOSTNAME=x\n"), QString());
     }
 
     // The port is opened once and reused; a report sent over the bus reaches the page.
