@@ -10,6 +10,7 @@
 #include <QMessageBox>
 #include <QTemporaryDir>
 #include <QTimer>
+#include <QtEndian>
 #include <QtTest>
 
 #include <memory>
@@ -77,9 +78,7 @@ class Daemon {
                 received << QString::fromLatin1(data.toHex(' ').toUpper());
                 if (data == QByteArray(1, 28)) {
                     QByteArray reply(4, 0);
-                    for (int i = 0; i < 4; ++i) {
-                        reply[i] = static_cast<char>((hardwareType_ >> (8 * i)) & 0xFF);
-                    }
+                    qToLittleEndian(hardwareType_, reply.data());
                     return reply;
                 }
                 return QByteArray();

@@ -17,7 +17,6 @@
 #include <ifaddrs.h>
 #include <netinet/in.h>
 
-#include "framepicture.h"
 #include "hardwareinfo_env.h"
 #include "hardwareinformationviewctl.h"
 #include "hostaddresses.h"
@@ -62,10 +61,6 @@ class HardwareInformationViewCtlTest : public QObject {
         return w;
     }
     QString text(const char *name) { return find<QLabel>(name)->text(); }
-    QString cell(const char *table, int row, int column) {
-        auto *view = find<QTableView>(table);
-        return view->model()->index(row, column).data().toString();
-    }
     QStringList rows(const char *table) {
         QStringList out;
         auto *model = find<QTableView>(table)->model();
@@ -178,12 +173,9 @@ class HardwareInformationViewCtlTest : public QObject {
     void dipSwitchesAndButtons() {
         const struct {
             QByteArray report;
-            const char *switches;  // DIPSW1_..DIPSW8_, "-" while untouched
+            const char *switches;  // DIPSW1_..DIPSW8_
         } cases[] = {
-            {bytes({0, 0xFF}), "00000000"},
-            {bytes({0, 0xF7}), "10000000"},
-            {bytes({0, 0x7F}), "00001000"},
-            {bytes({0}), "00001000"},  // too short: ignored
+            {bytes({0, 0xF7}), "10000000"}, {bytes({0}), "10000000"},  // too short: ignored
         };
         for (const auto &c : cases) {
             sendReport(c.report);
@@ -276,9 +268,6 @@ class HardwareInformationViewCtlTest : public QObject {
         const QString e = qtTrId("selfTest.E01"), ok = qtTrId("selfTest.OK");
         QCOMPARE(rows("errTable_").size(), 5);
         QCOMPARE(rows("errTable_").at(4), QStringList({"Left", "1", ok, "Left", "1", e}).join('|'));
-        QVERIFY(find<FramePicture>("framePicture")
-                    ->accessibleDescription()
-                    .contains(QStringLiteral("Left")));
         QTest::qWait(HardwareInformationViewCtl::kRetrySettleMs * 2);
         QCOMPARE(daemon_->count(QStringLiteral("1C")), 2);  // no further retry
 
@@ -289,27 +278,9 @@ class HardwareInformationViewCtlTest : public QObject {
         QCOMPARE(ctl_->LEDSensorArray()->size(), 11u);
     }
 
+    // Ten runs without a record: shown as they are, one row for area 1; later reports are
+    // judged as they come, and none reach a page that was left.
     void tenRunsThenShownAsTheyAre() {
-        ctl_->updateUIState();
-        startTest();
-        for (int run = 1; run < HardwareInformationViewCtl::kMaxTestTimes; ++run) {
-            sendReport(records({{1, 1, 0}}));
-            QTRY_COMPARE(daemon_->count(QStringLiteral("1C")), run + 1);
-        }
-        sendReport(records({{1, 1, 0x01}}));
-        QCOMPARE(rows("sensorTable_"), QStringList{"Top|" + qtTrId("selfTest.ALL")});
-        QTest::qWait(HardwareInformationViewCtl::kRetrySettleMs * 2);
-        QCOMPARE(daemon_->count(QStringLiteral("1C")), HardwareInformationViewCtl::kMaxTestTimes);
-        // Stop sends 32 and cancels nothing else; a new start counts from one again.
-        press(find<QPushButton>("restartTestButton"));
-        QTRY_VERIFY(daemon_->received.contains(QStringLiteral("20")));
-        startTest();
-        QCOMPARE(ctl_->testTimesCount(), 1);
-        QCOMPARE(ctl_->endArea(), 3);
-        QCOMPARE(ctl_->endPoint(), 4);
-    }
-
-    void noRecordsAndTornDownPage() {
         ctl_->updateUIState();
         startTest();
         for (int run = 1; run <= HardwareInformationViewCtl::kMaxTestTimes; ++run) {
@@ -317,10 +288,22 @@ class HardwareInformationViewCtlTest : public QObject {
             QTRY_COMPARE(daemon_->count(QStringLiteral("1C")), std::min(run + 1, 10));
         }
         QTRY_COMPARE(rows("LEDTable_"), QStringList{"Top|" + qtTrId("selfTest.OK")});
+        sendReport(records({{1, 1, 0x01}}));
+        QCOMPARE(rows("sensorTable_"), QStringList{"Top|" + qtTrId("selfTest.ALL")});
+        QTest::qWait(HardwareInformationViewCtl::kRetrySettleMs * 2);
+        QCOMPARE(daemon_->count(QStringLiteral("1C")), HardwareInformationViewCtl::kMaxTestTimes);
         ctl_->unselectedView();
         sendReport(records({{1, 1, 0x11}}));
         QCOMPARE(rows("LEDTable_"), QStringList{});
         QCOMPARE(ctl_->LEDSensorArray(), nullptr);
+        // Stop sends 32; a new start counts from one again.
+        press(find<QPushButton>("restartTestButton"));
+        QTRY_VERIFY(daemon_->received.contains(QStringLiteral("20")));
+        ctl_->updateUIState();
+        startTest();
+        QCOMPARE(ctl_->testTimesCount(), 1);
+        QCOMPARE(ctl_->endArea(), 3);
+        QCOMPARE(ctl_->endPoint(), 4);
     }
 
     void rotation_data() {
@@ -357,8 +340,6 @@ class HardwareInformationViewCtlTest : public QObject {
     void pointer() {
         QCOMPARE(HardwareInformationViewCtl::pointerText({100.9, -0.5}),
                  QStringLiteral("x=100, y=0"));
-        QCOMPARE(HardwareInformationViewCtl::pointerText({-7.99, 1e300}),
-                 QStringLiteral("x=-7, y=2147483647"));
         QPointF at(3.5, 4.5);
         ctl_->setPointerSource([&at] { return at; });
         ctl_->updateUIState();
@@ -386,16 +367,21 @@ class HardwareInformationViewCtlTest : public QObject {
         QJsonParseError error;
         const QJsonObject o = QJsonDocument::fromJson(json.readAll(), &error).object();
         QCOMPARE(error.error, QJsonParseError::NoError);
-        QCOMPARE(o["modelName"].toString(), QStringLiteral("TX-317"));
-        QCOMPARE(o["checksum"].toString(), QStringLiteral("1234"));
-        QCOMPARE(o["checksumGood"].toBool(true), false);
-        QCOMPARE(o["dipSwitches"].toArray().at(0).toInt(), 1);
-        QCOMPARE(o["rotationDegrees"].toInt(), 180);
-        QCOMPARE(o["inputModeName"].toString(), QStringLiteral("HandWrite"));
-        const QJsonArray failed = o["selfTest"]["failedPoints"].toArray();
-        QCOMPARE(failed.size(), 1);
-        QCOMPARE(failed[0]["label"].toString(), QStringLiteral("Left"));
-        QCOMPARE(failed[0]["led"].toBool(), true);
+        const QJsonObject failed = o["selfTest"]["failedPoints"][0].toObject();
+        const std::pair<QJsonValue, QJsonValue> fields[] = {
+            {o["modelName"], "TX-317"},
+            {o["checksum"], "1234"},
+            {o["checksumGood"], false},
+            {o["dipSwitches"][0], 1},
+            {o["rotationDegrees"], 180},
+            {o["inputModeName"], "HandWrite"},
+            {o["selfTest"]["failedPoints"].toArray().size(), 1},
+            {failed["label"], "Left"},
+            {failed["led"], true},
+        };
+        for (const auto &[actual, expected] : fields) {
+            QCOMPARE(actual, expected);
+        }
         QFile html(base + QStringLiteral(".html"));
         QVERIFY(html.open(QIODevice::ReadOnly));
         QVERIFY(html.readAll().contains("data:image/png;base64,iVBOR"));
@@ -425,21 +411,6 @@ class HardwareInformationViewCtlTest : public QObject {
         QCOMPARE(prettyHostnameFromMachineInfo("CHASSIS=desk\nPRETTY_HOSTNAME=\"Lab \\\"A\\\"\"\n"),
                  QStringLiteral("Lab \"A\""));
         QCOMPARE(prettyHostnameFromMachineInfo("HOSTNAME=x\n"), QString());
-    }
-
-    // The port is opened once and reused; a report sent over the bus reaches the page.
-    void reportPortOnTheBus() {
-        ctl_->updateUIState();
-        ctl_->updateUIState();
-        const auto port = RemoteMessagePort::lookup(
-            QString::fromLatin1(HardwareInformationViewCtl::kReportPortName),
-            QDBusConnection::connectToBus(QDBusConnection::SessionBus, QStringLiteral("peer")));
-        QVERIFY(port);
-        bool replied = false;
-        port->sendRequest(0, bytes({0, 0xF7}), 1.0, 1.0,
-                          [&](const PortReply &r) { replied = r.ok && r.reply.isEmpty(); });
-        QTRY_VERIFY(replied);
-        QCOMPARE(text("DIPSW1_"), QStringLiteral("1"));
     }
 };
 
