@@ -54,7 +54,7 @@ class HardwareInformationViewCtl : public QObject, public PageController {
     static constexpr int kMaxTestTimes = 10;
     // A self-test result that misses areas is retried once no further report has come for
     // this long, so that a run split over several reports is judged whole.
-    static constexpr int kRetrySettleMs = 250;
+    static constexpr int kRetrySettleMs = 400;
     static constexpr int kPointerIntervalMs = 20;
     // Bottom-left y of the firmware box, without and with the service panels.
     static constexpr double kFirmwareInfoYWithoutService = 278.0;
