@@ -141,7 +141,9 @@ int main(int argc, char *argv[]) {
     }
     if (parser.isSet(help)) {
         std::printf("%s\n%s\n%s", qPrintable(parser.helpText()),
-                    qPrintable(tavix::sim::PanelSimulator::consoleHelp()), kFaultHelp);
+                    qPrintable(tavix::sim::PanelSimulator::consoleHelp() +
+                               tavix::sim::HardwareReporter::consoleHelp()),
+                    kFaultHelp);
         return 0;
     }
     if (!parser.positionalArguments().isEmpty()) {

@@ -65,30 +65,24 @@ PanelSimulator::~PanelSimulator() = default;
 
 QString PanelSimulator::consoleHelp() {
     return QStringLiteral(
-               "Commands on standard input, one per line (each answered by one line, \"ok: ...\" "
-               "or\n"
-               "\"error: ...\"):\n"
-               "  connect [MODEL]  set \"currentDeviceType\" to the model (switching model when "
-               "given)\n"
-               "                   and send code 4 on \"preferenceCommend\"\n"
-               "  disconnect       set \"currentDeviceType\" 0 and send code 5\n"
-               "  driver off       set \"DriverEnable\" false and send code 7\n"
-               "  driver on        set \"DriverEnable\" true and send code 6 (reload)\n"
-               "  reload           send code 6\n"
-               "  page N           send code N (0 Calibration, 1 Properties, 2 Hardware, 3 "
-               "Version)\n"
-               "  next             send code 8 (next simple calibration)\n"
-               "  refresh          set \"RefreshCalibrationType\" true (the pane redraws "
-               "calibration)\n"
-               "  verbose on|off   set \"VerboseLog\"\n"
-               "  delay MS         answer each later command after MS milliseconds (0: at once)\n"
-               "  noreply on|off   stop / resume answering commands\n"
-               "  vanish N         drop off the bus (exit status 3) on the Nth command from now\n"
-               "  status           show the model, connection, faults and commands received\n"
-               "%1"
-               "  help             this text\n"
-               "  quit             exit normally\n")
-        .arg(HardwareReporter::consoleHelp());
+        "Commands on standard input, one per line (each answered by one line, \"ok: ...\" or\n"
+        "\"error: ...\"):\n"
+        "  connect [MODEL]  set \"currentDeviceType\" to the model (switching model when given)\n"
+        "                   and send code 4 on \"preferenceCommend\"\n"
+        "  disconnect       set \"currentDeviceType\" 0 and send code 5\n"
+        "  driver off       set \"DriverEnable\" false and send code 7\n"
+        "  driver on        set \"DriverEnable\" true and send code 6 (reload)\n"
+        "  reload           send code 6\n"
+        "  page N           send code N (0 Calibration, 1 Properties, 2 Hardware, 3 Version)\n"
+        "  next             send code 8 (next simple calibration)\n"
+        "  refresh          set \"RefreshCalibrationType\" true (the pane redraws calibration)\n"
+        "  verbose on|off   set \"VerboseLog\"\n"
+        "  delay MS         answer each later command after MS milliseconds (0: at once)\n"
+        "  noreply on|off   stop / resume answering commands\n"
+        "  vanish N         drop off the bus (exit status 3) on the Nth command from now\n"
+        "  status           show the model, connection, faults and commands received\n"
+        "  help             this text\n"
+        "  quit             exit normally\n");
 }
 
 void PanelSimulator::note(const QString &text) const {
@@ -393,7 +387,7 @@ QString PanelSimulator::handleLine(const QString &line) {
                 .arg(reporter_->status()));
     }
     if (verb == QLatin1String("help")) {
-        std::fputs(qPrintable(consoleHelp()), stdout);
+        std::fputs(qPrintable(consoleHelp() + HardwareReporter::consoleHelp()), stdout);
         return ok(QStringLiteral("help shown"));
     }
     if (verb == QLatin1String("quit")) {
