@@ -32,6 +32,7 @@ class HardwareEndToEndTest : public QObject {
     }
     // Saves the widget's picture; it must not be blank.
     void save(QWidget *widget, const char *name) {
+        QTest::qWait(50);  // pending layout requests first
         const QImage image = widget->grab().toImage();
         QVERIFY(image.size() == widget->size() * widget->devicePixelRatioF());
         QVERIFY(image.convertToFormat(QImage::Format_Indexed8).colorCount() > 4);
