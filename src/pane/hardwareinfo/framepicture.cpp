@@ -1,5 +1,6 @@
 #include "framepicture.h"
 
+#include <QAccessibleWidget>
 #include <QPainter>
 #include <QPainterPath>
 
@@ -49,6 +50,14 @@ std::map<int, AreaState> statesOf(const SelfTestJudgement &judgement) {
     return states;
 }
 
+// Screen readers meet the picture as a graphic with its name and description.
+QAccessibleInterface *pictureAccessible(const QString &className, QObject *object) {
+    if (className == QLatin1String("tavix::FramePicture") && object && object->isWidgetType()) {
+        return new QAccessibleWidget(static_cast<QWidget *>(object), QAccessible::Graphic);
+    }
+    return nullptr;
+}
+
 QString text(const char *id) {
     return qtTrId(id);
 }
@@ -56,6 +65,11 @@ QString text(const char *id) {
 }  // namespace
 
 FramePicture::FramePicture(QWidget *parent) : QWidget(parent) {
+    static const bool installed = [] {
+        QAccessible::installFactory(pictureAccessible);
+        return true;
+    }();
+    Q_UNUSED(installed);
     setAccessibleName(text("selfTest.picture"));
     setMinimumSize(minimumSizeHint());
     setAccessibleDescription(describe());
