@@ -39,6 +39,10 @@ const char kFaultHelp[] =
     "Setting commands (codes 1, 2, 8, 9, 11, 13-19, 21, 23, 31) are recorded in the model's\n"
     "settings file while a panel is connected; COMMAND_START_SELF_TEST is answered with the\n"
     "hardware type as 4 little-endian bytes; every other command gets an empty answer.\n"
+    "Codes 26, 27 and 28 are answered with reports on \"HardwareInfoFromDaemon\" (DIP\n"
+    "switches, checksum and version, self-test records of every area and point of the\n"
+    "model's \"LEDSensorArray\"); 30 with 1 starts button-state reports until 30 with 0;\n"
+    "32 stops a running self-test.\n"
     "\n"
     "Faults: --reply-delay, --never-reply and --vanish-on, also switchable at run time with\n"
     "\"delay\", \"noreply\" and \"vanish\". A vanished simulator exits with status 3.\n";
@@ -129,6 +133,7 @@ int main(int argc, char *argv[]) {
          QStringLiteral("NAME"), QStringLiteral("TavixTouchPanel")},
         {QStringLiteral("quiet"), QStringLiteral("No notes on standard error.")},
     });
+    parser.addOptions(tavix::sim::HardwareReporter::commandLineOptions());
     const QCommandLineOption help = parser.addHelpOption();
     if (!parser.parse(QCoreApplication::arguments())) {
         std::fprintf(stderr, "tavix-panel-sim: %s\n", qPrintable(parser.errorText()));
@@ -136,7 +141,9 @@ int main(int argc, char *argv[]) {
     }
     if (parser.isSet(help)) {
         std::printf("%s\n%s\n%s", qPrintable(parser.helpText()),
-                    qPrintable(tavix::sim::PanelSimulator::consoleHelp()), kFaultHelp);
+                    qPrintable(tavix::sim::PanelSimulator::consoleHelp() +
+                               tavix::sim::HardwareReporter::consoleHelp()),
+                    kFaultHelp);
         return 0;
     }
     if (!parser.positionalArguments().isEmpty()) {
@@ -146,6 +153,7 @@ int main(int argc, char *argv[]) {
     }
 
     tavix::sim::SimOptions options;
+    QString error;
     int model = options.modelType;
     int hardwareType = 0;
     if (!parseIntOption(parser, QStringLiteral("model"), 1, &model) ||
@@ -164,6 +172,10 @@ int main(int argc, char *argv[]) {
     options.logPath = parser.value(QStringLiteral("log"));
     options.neverReply = parser.isSet(QStringLiteral("never-reply"));
     options.quiet = parser.isSet(QStringLiteral("quiet"));
+    if (!tavix::sim::HardwareReporter::fromCommandLine(parser, &options.hardware, &error)) {
+        std::fprintf(stderr, "tavix-panel-sim: %s\n", qPrintable(error));
+        return 2;
+    }
 
     // The per-user files live in the folder the pane's string table names; the simulator has
     // no string table, so it is told the name.
@@ -177,7 +189,6 @@ int main(int argc, char *argv[]) {
     });
 
     tavix::sim::PanelSimulator sim(options);
-    QString error;
     if (!sim.start(&error)) {
         std::fprintf(stderr, "tavix-panel-sim: %s\n", qPrintable(error));
         return 1;

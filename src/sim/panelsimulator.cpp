@@ -50,7 +50,9 @@ bool parseOnOff(const QString &text, bool *value) {
 }  // namespace
 
 PanelSimulator::PanelSimulator(SimOptions options, QObject *parent)
-    : QObject(parent), options_(std::move(options)), vanishAt_(options_.vanishOn) {}
+    : QObject(parent), options_(std::move(options)), vanishAt_(options_.vanishOn) {
+    reporter_ = new HardwareReporter(options_.hardware, this);
+}
 
 PanelSimulator::~PanelSimulator() = default;
 
@@ -198,6 +200,9 @@ void PanelSimulator::onCommand(const QByteArray &data, const PortResponder &resp
         note(QStringLiteral("%1: %2, answered hardware type %3")
                  .arg(hexLine(data), QLatin1String(commandName(command->code)))
                  .arg(type));
+        if (std::optional<QString> started = reporter_->onCommand(*command, type)) {
+            note(*started);
+        }
     } else if (auto change = settingChangeForCommand(*command, options_.modelType)) {
         if (!connected_) {
             note(QStringLiteral("%1: %2 while no panel is connected, ignored")
@@ -212,6 +217,9 @@ void PanelSimulator::onCommand(const QByteArray &data, const PortResponder &resp
                           QString::fromStdString(change->key),
                           saved ? QString() : QStringLiteral(" (write failed)")));
         }
+    } else if (auto reported = reporter_->onCommand(*command, options_.modelType)) {
+        note(QStringLiteral("%1: %2, %3")
+                 .arg(hexLine(data), QLatin1String(commandName(command->code)), *reported));
     } else {
         note(
             QStringLiteral("%1: %2").arg(hexLine(data), QLatin1String(commandName(command->code))));
@@ -248,6 +256,9 @@ QString PanelSimulator::handleLine(const QString &line) {
     const QStringList words = line.simplified().split(QLatin1Char(' '), Qt::SkipEmptyParts);
     if (words.isEmpty()) {
         return QString();
+    }
+    if (std::optional<QString> answer = reporter_->handleLine(words)) {
+        return *answer;
     }
     const QString verb = words[0].toLower();
     const QString arg = words.size() > 1 ? words[1].toLower() : QString();
@@ -360,17 +371,18 @@ QString PanelSimulator::handleLine(const QString &line) {
     if (verb == QLatin1String("status")) {
         return ok(
             QStringLiteral("model %1, %2, %3 commands received, delay %4 ms, %5, vanish "
-                           "on %6")
+                           "on %6; %7")
                 .arg(options_.modelType)
                 .arg(connected_ ? QStringLiteral("connected") : QStringLiteral("disconnected"))
                 .arg(received_)
                 .arg(options_.replyDelayMs)
                 .arg(options_.neverReply ? QStringLiteral("not answering")
                                          : QStringLiteral("answering"))
-                .arg(vanishAt_ > 0 ? QString::number(vanishAt_) : QStringLiteral("never")));
+                .arg(vanishAt_ > 0 ? QString::number(vanishAt_) : QStringLiteral("never"))
+                .arg(reporter_->status()));
     }
     if (verb == QLatin1String("help")) {
-        std::fputs(qPrintable(consoleHelp()), stdout);
+        std::fputs(qPrintable(consoleHelp() + HardwareReporter::consoleHelp()), stdout);
         return ok(QStringLiteral("help shown"));
     }
     if (verb == QLatin1String("quit")) {

@@ -12,6 +12,7 @@
 #include <optional>
 
 #include "commands.h"
+#include "hardwarereporter.h"
 #include "messageport.h"
 #include "settings_dict.h"
 
@@ -26,6 +27,7 @@ struct SimOptions {
     bool neverReply = false;
     int vanishOn = 0;  // exit on this command (1-based), 0 for never
     bool quiet = false;
+    HardwareOptions hardware;  // reports to the hardware information page
 };
 
 class PanelSimulator : public QObject {
@@ -66,6 +68,7 @@ class PanelSimulator : public QObject {
     bool connected_ = true;
     bool vanishing_ = false;
     int vanishAt_ = 0;  // absolute command number, 0 for never
+    HardwareReporter *reporter_ = nullptr;
 };
 
 }  // namespace tavix::sim
