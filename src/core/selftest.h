@@ -9,44 +9,10 @@
 #include <string>
 #include <vector>
 
+#include "device_list.h"
 #include "hardware_reports.h"
 
 namespace tavix {
-
-// Keys of the device list's entries and of their "LEDSensorArray" elements.
-inline constexpr char kModelType[] = "ModelType";
-inline constexpr char kName[] = "Name";
-inline constexpr char kLEDSensorArray[] = "LEDSensorArray";
-inline constexpr char kArea[] = "Area";
-inline constexpr char kPointCount[] = "Point";
-inline constexpr char kIndex[] = "Index";
-
-// Element n - 1 of "LEDSensorArray" describes area number n.
-struct AreaDefinition {
-    std::string label;            // "Area", shown as it is
-    std::int64_t pointCount = 0;  // "Point": records with a greater point number are ignored
-    std::int64_t index = 0;       // "Index"
-};
-
-struct DeviceEntry {
-    std::int64_t modelType = 0;
-    std::string name;
-    bool hasLEDSensorArray = false;
-    std::vector<AreaDefinition> areas;
-};
-
-// Device lists larger than this, or nested deeper than kMaxDeviceListDepth, are refused.
-inline constexpr std::size_t kMaxDeviceListSize = 4 * 1024 * 1024;
-inline constexpr int kMaxDeviceListDepth = 32;
-
-// The entries of a device list (an XML property list whose root is an array of dictionaries);
-// elements that are not dictionaries are skipped. nullopt when the file is missing, too large,
-// too deep or not such a list.
-std::optional<std::vector<DeviceEntry>> readDeviceList(const std::string &path);
-std::optional<std::vector<DeviceEntry>> parseDeviceList(const std::string &bytes);
-
-// The first entry whose "ModelType" equals the model type, or nullptr.
-const DeviceEntry *findDeviceEntry(const std::vector<DeviceEntry> &list, std::int64_t modelType);
 
 // The number of runs of equal area numbers, a leading run of area 0 not counted.
 int countAreaRuns(const std::vector<SelfTestRecord> &records);
