@@ -161,8 +161,8 @@
         <translation>Abbrechen</translation>
     </message>
     <message id="Alert.HotKey.Title">
-        <source>Hot key</source>
-        <translation>Tastenkürzel</translation>
+        <source>Touch panel</source>
+        <translation>Touch-Panel</translation>
     </message>
     <message id="Alert.HotKeyFailure">
         <source>This key is already the other hot key. Choose another key.</source>

@@ -161,8 +161,8 @@
         <translation>Cancel</translation>
     </message>
     <message id="Alert.HotKey.Title">
-        <source>Hot key</source>
-        <translation>Hot key</translation>
+        <source>Touch panel</source>
+        <translation>Touch panel</translation>
     </message>
     <message id="Alert.HotKeyFailure">
         <source>This key is already the other hot key. Choose another key.</source>

@@ -151,10 +151,6 @@
         <source>●</source>
         <translation>●</translation>
     </message>
-    <message id="Alert.HotKey.Title">
-        <source>Touch panel</source>
-        <translation>Touch-Panel</translation>
-    </message>
     <message id="Alert.Rotate">
         <source>Rotate the touch panel? The touch input turns with the chosen angle.</source>
         <translation>Touch-Panel drehen? Die Berührungseingabe dreht sich um den gewählten Winkel.</translation>

@@ -151,10 +151,6 @@
         <source>●</source>
         <translation>●</translation>
     </message>
-    <message id="Alert.HotKey.Title">
-        <source>Touch panel</source>
-        <translation>Touch panel</translation>
-    </message>
     <message id="Alert.Rotate">
         <source>Rotate the touch panel? The touch input turns with the chosen angle.</source>
         <translation>Rotate the touch panel? The touch input turns with the chosen angle.</translation>
