@@ -480,7 +480,6 @@ void CalibrationViewClt::setHotKey() {
     Bytes message(2, 0);
     const CurrentSettings s = readCurrentSettings();
     if (s.exists) {
-        SettingsDict settings = s.dict;
         const bool calibration =
             hotKeySettingWin_->windowTitle() == localizedText("HotKey.calibration.title");
         const QString key = hotKey_->currentText();
@@ -499,12 +498,15 @@ void CalibrationViewClt::setHotKey() {
         currentKey = key;
         (calibration ? calibrationBtn_ : simpleSwitchBtn_)
             ->setText(localizedText("HotKeyString") + key);
-        settings.set(calibration ? "CalibrationHotKey" : "SimpleHotKey", key.toStdString());
         message[0] =
             calibration ? COMMAND_SET_CALIBRATION_HOT_KEY : COMMAND_SET_SIMPLE_SETTING_HOT_KEY;
         const QByteArray ascii = key.toLatin1();
         message[1] = ascii.isEmpty() ? 0 : static_cast<std::uint8_t>(ascii.at(0));
-        writePlistFileAtomically(settings, s.path);
+        const std::string hotKeyName = calibration ? "CalibrationHotKey" : "SimpleHotKey";
+        updatePlistFile(s.path, [&](SettingsDict &stored) {
+            stored.set(hotKeyName, key.toStdString());
+            return true;
+        });
     }
     if (SendDataToRemotePort(message)) {
         doubleModal = false;

@@ -375,21 +375,24 @@ bool SettingViewCtl::didFailToFormatString(const QString &) {
 }
 
 bool SettingViewCtl::saveItemToInfoPlistForKey(const PlistValue &item, const std::string &key) {
-    const std::string path = getSettingsFilePath(gModelType.load());
-    SettingsDict settings =
-        pathExists(path) ? readPlistFile(path).value_or(SettingsDict{}) : SettingsDict{};
-    if (const PlistValue *stored = settings.find(key)) {
-        // Numbers compare by value, as a boolean true equals the integer 1.
-        const bool equal = stored->isNumber() && item.isNumber()
-                               ? stored->toDouble() == item.toDouble()
-                               : *stored == item;
-        if (equal) {
-            return false;
+    // Read, compare and replace under the writers' lock, so that a change another of our
+    // writers makes meanwhile is kept. A file that exists but cannot be read is left alone.
+    bool changed = false;
+    updatePlistFile(getSettingsFilePath(gModelType.load()), [&](SettingsDict &settings) {
+        if (const PlistValue *stored = settings.find(key)) {
+            // Numbers compare by value, as a boolean true equals the integer 1.
+            const bool equal = stored->isNumber() && item.isNumber()
+                                   ? stored->toDouble() == item.toDouble()
+                                   : *stored == item;
+            if (equal) {
+                return false;
+            }
         }
-    }
-    settings.set(key, item);
-    writePlistFileAtomically(settings, path);
-    return true;
+        settings.set(key, item);
+        changed = true;
+        return true;
+    });
+    return changed;
 }
 
 }  // namespace tavix
