@@ -10,6 +10,9 @@
 
 namespace tavix {
 
+// The port the reports arrive on.
+inline constexpr char kHardwareInfoPortName[] = "HardwareInfoFromDaemon";
+
 enum ReportType : std::uint8_t {
     REPORT_DIP_SW = 0,
     REPORT_SELF_TEST_RESULT = 1,

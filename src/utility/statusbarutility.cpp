@@ -18,7 +18,7 @@
 
 #include "commands.h"
 #include "daemonchannel.h"
-#include "hwreports.h"
+#include "device_list.h"
 #include "messageport.h"
 #include "paths.h"
 #include "settings_store.h"
@@ -148,9 +148,9 @@ void StatusBarUtility::poll() {
     known_ = true;
     state_ = state;
     model_ = model;
-    const std::optional<panelctl::DeviceEntry> device =
-        model != 0 ? panelctl::findDevice(model) : std::nullopt;
-    modelName_ = device ? device->name : QString();
+    const auto list = model != 0 ? readDeviceList(getSupportDeviceListFilePath()) : std::nullopt;
+    const DeviceEntry *device = list ? findDeviceEntry(*list, model) : nullptr;
+    modelName_ = device ? QString::fromStdString(device->name) : QString();
     if (tray_) {
         tray_->setIcon(iconFor(state));
         tray_->setToolTip(toolTip());

@@ -1,6 +1,7 @@
 // tavix-panelctl run as a process on a private session bus, against the panel simulator or a
 // stand-in daemon in this process that answers with hardware reports.
 #include <QFile>
+#include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
@@ -10,7 +11,7 @@
 
 #include "commands.h"
 #include "daemonchannel.h"
-#include "hwreports.h"
+#include "hardware_reports.h"
 #include "messageport.h"
 #include "paths.h"
 #include "settings_store.h"
@@ -83,8 +84,7 @@ struct ReportingDaemon {
                     ? laterRuns
                     : reports[code];
             QTimer::singleShot(20, [toSend] {
-                auto target =
-                    RemoteMessagePort::lookup(QString::fromLatin1(panelctl::kHardwarePortName));
+                auto target = RemoteMessagePort::lookup(QString::fromLatin1(kHardwareInfoPortName));
                 for (const QByteArray &report : toSend) {
                     if (target) {
                         target->sendRequest(0, report, 1.0, 1.0);
@@ -295,11 +295,49 @@ class PanelCtlTest : public QObject {
         QCOMPARE(runTool(QStringLiteral("dip --timeout 300")).exit, 4);
         // The settings window's Hardware information page holds the report port.
         auto window =
-            LocalMessagePort::create(QString::fromLatin1(panelctl::kHardwarePortName),
+            LocalMessagePort::create(QString::fromLatin1(kHardwareInfoPortName),
                                      [](qint32, const QByteArray &) { return QByteArray(); });
         const Outcome held = runTool(QStringLiteral("firmware"));
         QCOMPARE(held.exit, 1);
         QVERIFY(held.err.contains(QStringLiteral("settings window holds the port")));
+    }
+
+    // The saved report holds what the simulated panel answered; bad arguments and a file that
+    // cannot be written are refused.
+    void reportIsSavedFromThePanel() {
+        Sim sim(*roots_);
+        QVERIFY(sim.start({QStringLiteral("--dip-byte"), QStringLiteral("0xF7"),
+                           QStringLiteral("--firmware"), QStringLiteral("341200230141"),
+                           QStringLiteral("--faulty-led"), QStringLiteral("1:2")}));
+        const QString json = roots_->path(QStringLiteral("report.json"));
+        const QString html = roots_->path(QStringLiteral("report.html"));
+        const struct {
+            QString line;
+            int exit;
+        } rows[] = {
+            {QStringLiteral("report --json ") + json, 0},
+            {QStringLiteral("report --html ") + html, 0},
+            {QStringLiteral("report ") + json, 2},
+            {QStringLiteral("report --json --html ") + json, 2},
+            {QStringLiteral("report --json"), 2},
+            {QStringLiteral("report --json /nonexistent/folder/report.json"), 1},
+        };
+        for (const auto &row : rows) {
+            QCOMPARE(runTool(row.line).exit, row.exit);
+        }
+        QFile file(json);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        const QJsonObject report = QJsonDocument::fromJson(file.readAll()).object();
+        QCOMPARE(report.value("modelType").toInt(), 317);
+        QCOMPARE(report.value("dipSwitches").toArray().first().toInt(), 1);
+        QCOMPARE(report.value("checksum").toString(), QStringLiteral("1234"));
+        QCOMPARE(report.value("checksumGood").toBool(), true);
+        const QJsonArray failed =
+            report.value("selfTest").toObject().value("failedPoints").toArray();
+        QCOMPARE(failed.size(), 1);
+        QCOMPARE(failed.first().toObject().value("point").toInt(), 2);
+        QFile page(html);
+        QVERIFY(page.open(QIODevice::ReadOnly) && page.readAll().contains("1234"));
     }
 
     void pageGoesToTheRunningWindowOrTheStateFile() {

@@ -1,10 +1,12 @@
 #include "panelctl.h"
 
+#include <QDateTime>
 #include <QEventLoop>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QSocketNotifier>
+#include <QSysInfo>
 #include <QTimer>
 
 #include <fcntl.h>
@@ -15,11 +17,15 @@
 #include <map>
 #include <optional>
 
+#include "atomic_file.h"
 #include "commands.h"
 #include "daemonchannel.h"
-#include "hwreports.h"
+#include "device_list.h"
+#include "hardware_report_writer.h"
+#include "hardware_reports.h"
 #include "messageport.h"
 #include "paths.h"
+#include "selftest.h"
 #include "settingnames.h"
 #include "settings_store.h"
 
@@ -74,6 +80,11 @@ const CommandHelp kCommands[] = {
      "Asks the panel for its firmware version and checksum.\n"},
     {"selftest", "selftest [--json] [--timeout MS]", "LED and sensor self-test",
      "Runs the LED and sensor self-test and shows a verdict per area and each failed point.\n"},
+    {"report", "report --json FILE | --html FILE", "save the hardware report",
+     "Asks the panel for its DIP switches, firmware and self-test and saves them, with the\n"
+     "model, driver version, rotation, input mode, function buttons and host name, as the\n"
+     "Hardware information page's report: JSON, or a printable HTML page (without the\n"
+     "page's picture of the frame).\n"},
     {"watch", "watch [--json]", "print changes of the shared files",
      "Prints each change of the shared state file and of the model's settings file as it\n"
      "happens, until Ctrl-C.\n"},
@@ -114,6 +125,7 @@ struct Invocation {
     bool help = false;
     bool version = false;
     bool second = false;
+    bool html = false;
     int timeoutMs = 3000;
 };
 
@@ -227,7 +239,10 @@ int cmdStatus(const Invocation &inv) {
     }
     const SettingsDict state = readState();
     const auto model = static_cast<std::int32_t>(state.intValue("currentDeviceType"));
-    const std::optional<DeviceEntry> device = model != 0 ? findDevice(model) : std::nullopt;
+    const auto list = model != 0 ? readDeviceList(getSupportDeviceListFilePath()) : std::nullopt;
+    const DeviceEntry *found = list ? findDeviceEntry(*list, model) : nullptr;
+    const std::optional<QString> device =
+        found ? std::optional(QString::fromStdString(found->name)) : std::nullopt;
     const std::string path = getSettingsFilePath(model);
     const std::optional<SettingsDict> settings =
         model != 0 ? readPlistFile(path) : std::optional<SettingsDict>();
@@ -242,7 +257,7 @@ int cmdStatus(const Invocation &inv) {
         }
         printJson(QJsonObject{
             {QStringLiteral("model"), model},
-            {QStringLiteral("modelName"), device ? QJsonValue(device->name) : QJsonValue()},
+            {QStringLiteral("modelName"), device ? QJsonValue(*device) : QJsonValue()},
             {QStringLiteral("daemonRunning"), daemon},
             {QStringLiteral("driverEnabled"), driver},
             {QStringLiteral("page"), static_cast<qint64>(page)},
@@ -256,7 +271,7 @@ int cmdStatus(const Invocation &inv) {
     text += model == 0 ? QStringLiteral("model: none (no panel connected)\n")
                        : QStringLiteral("model: %1 (%2)\n")
                              .arg(model)
-                             .arg(device ? device->name : QStringLiteral("not in the device list"));
+                             .arg(device.value_or(QStringLiteral("not in the device list")));
     text += QStringLiteral("daemon: %1\n")
                 .arg(daemon ? QStringLiteral("running") : QStringLiteral("not running"));
     text += QStringLiteral("driver: %1\n")
@@ -429,7 +444,7 @@ int cmdPage(const Invocation &inv) {
 class ReportListener {
   public:
     int open() {
-        const QString name = QString::fromLatin1(kHardwarePortName);
+        const QString name = QString::fromLatin1(kHardwareInfoPortName);
         if (!RemoteMessagePort::lookup(name)) {
             port_ = LocalMessagePort::create(name, [this](qint32, const QByteArray &data) {
                 if (!data.isEmpty()) {
@@ -480,7 +495,99 @@ int noReport() {
     return fail(kExitNoReply, QStringLiteral("no report from the driver daemon in time"));
 }
 
-int cmdReport(const Invocation &inv) {
+// Sends a request and waits for the report of the given layout. A report too short for its
+// layout is ignored, as the settings window ignores it.
+int awaitReport(ReportListener &listener, CommandCode request, ReportType type, int timeoutMs,
+                HardwareReport &report) {
+    if (const int status = sendCommand(makeCommand(request)); status != kExitOk) {
+        return status;
+    }
+    while (const std::optional<QByteArray> bytes = listener.next(type, timeoutMs)) {
+        if (auto decoded =
+                decodeHardwareReport(reinterpret_cast<const std::uint8_t *>(bytes->constData()),
+                                     static_cast<std::size_t>(bytes->size()))) {
+            report = std::move(*decoded);
+            return kExitOk;
+        }
+    }
+    return noReport();
+}
+
+struct SelfTestRun {
+    std::int32_t hardwareType = 0;
+    DeviceEntry device;
+    std::vector<SelfTestRecord> records;
+};
+
+// A run that misses areas is repeated, as the Hardware information page does, up to ten runs
+// in all; each run starts from no records.
+int runSelfTest(ReportListener &listener, int timeoutMs, SelfTestRun &run) {
+    constexpr int kMaxRuns = 10;
+    for (int count = 1;; ++count) {
+        QByteArray reply;
+        if (const int status = sendCommand(makeCommand(COMMAND_START_SELF_TEST), &reply);
+            status != kExitOk) {
+            return status;
+        }
+        const std::optional<std::int32_t> type =
+            decodeHardwareType(reinterpret_cast<const std::uint8_t *>(reply.constData()),
+                               static_cast<std::size_t>(reply.size()));
+        if (!type) {
+            return fail(kExitNoReply,
+                        QStringLiteral("the driver daemon did not say the hardware type"));
+        }
+        const auto list = readDeviceList(getSupportDeviceListFilePath());
+        const DeviceEntry *device = list ? findDeviceEntry(*list, *type) : nullptr;
+        if (device == nullptr) {
+            return fail(kExitFailure,
+                        QStringLiteral("hardware type %1 is not in the device list").arg(*type));
+        }
+        run.hardwareType = *type;
+        run.device = *device;
+        // Results may come in several reports: gather them until every area has answered or
+        // the daemon has been quiet for a while.
+        run.records.clear();
+        std::optional<QByteArray> report = listener.next(REPORT_SELF_TEST_RESULT, timeoutMs);
+        if (!report) {
+            return noReport();
+        }
+        while (report) {
+            const std::vector<SelfTestRecord> more =
+                decodeSelfTestRecords(reinterpret_cast<const std::uint8_t *>(report->constData()),
+                                      static_cast<std::size_t>(report->size()));
+            run.records.insert(run.records.end(), more.begin(), more.end());
+            if (!needRestartTestSelf(run.records, &run.device)) {
+                break;
+            }
+            report = listener.next(REPORT_SELF_TEST_RESULT, std::min(timeoutMs, 500));
+        }
+        if (count == kMaxRuns || !needRestartTestSelf(run.records, &run.device)) {
+            return kExitOk;
+        }
+    }
+}
+
+QString verdictText(Verdict verdict) {
+    switch (verdict) {
+        case Verdict::Check:
+            return QStringLiteral("check");
+        case Verdict::ALL:
+            return QStringLiteral("all failed");
+        case Verdict::OK:
+            break;
+    }
+    return QStringLiteral("OK");
+}
+
+QJsonArray dipSwitchList(int value) {
+    QJsonArray list;
+    for (int n = 1; n <= 8; ++n) {
+        list.append(dipSwitch(value, n));
+    }
+    return list;
+}
+
+int cmdDipOrFirmware(const Invocation &inv) {
     if (!inv.words.isEmpty()) {
         return badInput(QStringLiteral("%1 takes no arguments").arg(inv.command));
     }
@@ -492,44 +599,35 @@ int cmdReport(const Invocation &inv) {
         return status;
     }
     const bool dip = inv.command == QLatin1String("dip");
+    HardwareReport report;
     if (const int status =
-            sendCommand(makeCommand(dip ? COMMAND_GET_DIP_SW : COMMAND_GET_CHECKSUM_AND_VERSION));
+            dip ? awaitReport(listener, COMMAND_GET_DIP_SW, REPORT_DIP_SW, inv.timeoutMs, report)
+                : awaitReport(listener, COMMAND_GET_CHECKSUM_AND_VERSION,
+                              REPORT_CHECKSUM_AND_VERSION, inv.timeoutMs, report);
         status != kExitOk) {
         return status;
     }
-    std::optional<QByteArray> report;
-    while (true) {
-        report = listener.next(dip ? REPORT_DIP_SW : REPORT_CHECKSUM_AND_VERSION, inv.timeoutMs);
-        // A report too short for its layout is ignored, as the settings window ignores it.
-        if (!report || (dip ? decodeDipSwitches(*report).has_value()
-                            : decodeFirmware(*report, 0).has_value())) {
-            break;
-        }
-    }
-    if (!report) {
-        return noReport();
-    }
     if (dip) {
-        const std::array<int, 8> switches = *decodeDipSwitches(*report);
-        QJsonArray list;
+        const QJsonArray list = dipSwitchList(report.dipSwitches);
         QStringList words;
-        for (int s : switches) {
-            list.append(s);
-            words << QString::number(s);
+        for (const QJsonValue &v : list) {
+            words << QString::number(v.toInt());
         }
         inv.json ? printJson(QJsonObject{{QStringLiteral("dipSwitches"), list}})
                  : out(QStringLiteral("DIP switches 1-8: %1\n").arg(words.join(u' ')));
         return kExitOk;
     }
-    const FirmwareInfo info = *decodeFirmware(*report, currentModel());
+    const QString version =
+        QString::fromStdString(formatFirmwareVersion(currentModel(), report.checksum));
+    const QString checksum = QString::fromStdString(formatChecksum(report.checksum));
+    const bool good = report.checksum.verdict == 0;
     if (inv.json) {
-        printJson(QJsonObject{{QStringLiteral("version"), info.version},
-                              {QStringLiteral("checksum"), info.checksum},
-                              {QStringLiteral("checksumGood"), info.checksumGood}});
+        printJson(QJsonObject{{QStringLiteral("version"), version},
+                              {QStringLiteral("checksum"), checksum},
+                              {QStringLiteral("checksumGood"), good}});
     } else {
         out(QStringLiteral("firmware version: %1\nchecksum: %2 (%3)\n")
-                .arg(info.version, info.checksum,
-                     info.checksumGood ? QStringLiteral("OK") : QStringLiteral("NG")));
+                .arg(version, checksum, good ? QStringLiteral("OK") : QStringLiteral("NG")));
     }
     return kExitOk;
 }
@@ -545,91 +643,101 @@ int cmdSelfTest(const Invocation &inv) {
     if (const int status = listener.open(); status != kExitOk) {
         return status;
     }
-    // A run that leaves areas without results is repeated, as the Hardware information page
-    // does, up to ten runs in all; each run starts from no records.
-    constexpr int kMaxRuns = 10;
-    std::optional<std::int32_t> hardwareType;
-    std::optional<DeviceEntry> device;
-    std::vector<SelfTestRecord> records;
-    for (int run = 1;; ++run) {
-        QByteArray reply;
-        if (const int status = sendCommand(makeCommand(COMMAND_START_SELF_TEST), &reply);
-            status != kExitOk) {
-            return status;
-        }
-        hardwareType = decodeHardwareType(reinterpret_cast<const std::uint8_t *>(reply.constData()),
-                                          static_cast<std::size_t>(reply.size()));
-        if (!hardwareType) {
-            return fail(kExitNoReply,
-                        QStringLiteral("the driver daemon did not say the hardware type"));
-        }
-        device = findDevice(*hardwareType);
-        if (!device) {
-            return fail(
-                kExitFailure,
-                QStringLiteral("hardware type %1 is not in the device list").arg(*hardwareType));
-        }
-        // Results may come in several reports: gather them until every area has answered or
-        // the daemon has been quiet for a while.
-        records.clear();
-        std::optional<QByteArray> report = listener.next(REPORT_SELF_TEST_RESULT, inv.timeoutMs);
-        if (!report) {
-            return noReport();
-        }
-        while (report) {
-            const std::vector<SelfTestRecord> more = decodeSelfTestRecords(*report);
-            records.insert(records.end(), more.begin(), more.end());
-            if (judgeSelfTest(records, device->areas).missingAreas == 0) {
-                break;
-            }
-            report = listener.next(REPORT_SELF_TEST_RESULT, std::min(inv.timeoutMs, 500));
-        }
-        if (run == kMaxRuns || judgeSelfTest(records, device->areas).missingAreas == 0) {
-            break;
-        }
+    SelfTestRun run;
+    if (const int status = runSelfTest(listener, inv.timeoutMs, run); status != kExitOk) {
+        return status;
     }
-    const SelfTestResult result = judgeSelfTest(records, device->areas);
+    const SelfTestJudgement result = judgeSelfTest(run.records, run.device);
+    const int missingAreas =
+        std::max(0, static_cast<int>(run.device.areas.size()) - countAreaRuns(run.records));
     if (inv.json) {
         QJsonArray areas, faults;
-        for (const AreaSummary &a : result.areas) {
+        for (const AreaSummary &a : result.summaries) {
             areas.append(
-                QJsonObject{{QStringLiteral("area"), a.label},
+                QJsonObject{{QStringLiteral("area"), QString::fromStdString(a.label)},
                             {QStringLiteral("tested"), a.tested},
                             {QStringLiteral("led"), QLatin1String(verdictName(a.led))},
                             {QStringLiteral("sensor"), QLatin1String(verdictName(a.sensor))}});
         }
-        for (const SelfTestRecord &r : result.faults) {
-            faults.append(QJsonObject{
-                {QStringLiteral("area"), device->areas[static_cast<std::size_t>(r.area - 1)].label},
-                {QStringLiteral("point"), r.point},
-                {QStringLiteral("led"), r.ledFault},
-                {QStringLiteral("sensor"), r.sensorFault}});
+        for (const ErrorRow &r : result.errors) {
+            faults.append(QJsonObject{{QStringLiteral("area"), QString::fromStdString(r.label)},
+                                      {QStringLiteral("point"), r.point},
+                                      {QStringLiteral("led"), r.ledState == 1},
+                                      {QStringLiteral("sensor"), r.sensState == 1}});
         }
-        printJson(QJsonObject{{QStringLiteral("hardwareType"), *hardwareType},
+        printJson(QJsonObject{{QStringLiteral("hardwareType"), run.hardwareType},
                               {QStringLiteral("areas"), areas},
                               {QStringLiteral("faults"), faults},
-                              {QStringLiteral("missingAreas"), result.missingAreas}});
+                              {QStringLiteral("missingAreas"), missingAreas}});
         return kExitOk;
     }
-    QString text =
-        QStringLiteral("self-test of %1 (hardware type %2)\n").arg(device->name).arg(*hardwareType);
-    for (const AreaSummary &a : result.areas) {
+    QString text = QStringLiteral("self-test of %1 (hardware type %2)\n")
+                       .arg(QString::fromStdString(run.device.name))
+                       .arg(run.hardwareType);
+    for (const AreaSummary &a : result.summaries) {
         text += QStringLiteral("  %1: LED %2, sensor %3 (%4 points)\n")
-                    .arg(a.label, QLatin1String(verdictName(a.led)),
-                         QLatin1String(verdictName(a.sensor)))
+                    .arg(QString::fromStdString(a.label), verdictText(a.led), verdictText(a.sensor))
                     .arg(a.tested);
     }
-    for (const SelfTestRecord &r : result.faults) {
+    for (const ErrorRow &r : result.errors) {
         text += QStringLiteral("  fault: %1 point %2:%3%4\n")
-                    .arg(device->areas[static_cast<std::size_t>(r.area - 1)].label)
+                    .arg(QString::fromStdString(r.label))
                     .arg(r.point)
-                    .arg(r.ledFault ? QStringLiteral(" LED") : QString(),
-                         r.sensorFault ? QStringLiteral(" sensor") : QString());
+                    .arg(r.ledState == 1 ? QStringLiteral(" LED") : QString(),
+                         r.sensState == 1 ? QStringLiteral(" sensor") : QString());
     }
-    if (result.missingAreas > 0) {
-        text += QStringLiteral("  %1 areas sent no result\n").arg(result.missingAreas);
+    if (missingAreas > 0) {
+        text += QStringLiteral("  %1 areas sent no result\n").arg(missingAreas);
     }
     out(text);
+    return kExitOk;
+}
+
+// The Hardware information page's report, from what the panel answers and the shared files.
+int cmdHardwareReport(const Invocation &inv) {
+    if (inv.words.size() != 1 || inv.json == inv.html) {
+        return badInput(QStringLiteral("report takes --json FILE or --html FILE"));
+    }
+    if (!daemonRunning()) {
+        return noDaemon();
+    }
+    ReportListener listener;
+    if (const int status = listener.open(); status != kExitOk) {
+        return status;
+    }
+    HardwareReport dip, firmware;
+    SelfTestRun run;
+    if (int status = awaitReport(listener, COMMAND_GET_DIP_SW, REPORT_DIP_SW, inv.timeoutMs, dip);
+        status != kExitOk ||
+        (status = awaitReport(listener, COMMAND_GET_CHECKSUM_AND_VERSION,
+                              REPORT_CHECKSUM_AND_VERSION, inv.timeoutMs, firmware)) != kExitOk ||
+        (status = runSelfTest(listener, inv.timeoutMs, run)) != kExitOk) {
+        return status;
+    }
+    const SettingsDict state = readState();
+    HardwareInfoReport report;
+    report.time = QDateTime::currentDateTimeUtc().toString(Qt::ISODate).toStdString();
+    report.modelType = static_cast<std::int32_t>(state.intValue("currentDeviceType"));
+    report.modelName = run.device.name;
+    report.firmware = firmware.checksum;
+    report.dipSwitches = dip.dipSwitches;
+    if (const auto settings = readPlistFile(getSettingsFilePath(report.modelType))) {
+        report.driverVersion = settings->stringValue("DriverVersion");
+        report.rotateMode = settings->intValue("RotateMode");
+        report.inputMode = settings->intValue("InputMode");
+        report.functionButton1 = settings->boolValue("FounctionButton1");
+        report.functionButton2 = settings->boolValue("FounctionButton2");
+    }
+    report.computerName = QSysInfo::machineHostName().toStdString();
+    const SelfTestJudgement judgement = judgeSelfTest(run.records, run.device);
+    report.selfTestJudged = true;
+    report.areas = judgement.summaries;
+    report.failedPoints = judgement.errors;
+    const std::string text =
+        inv.json ? hardwareReportJson(report) : hardwareReportHtml(report, std::string());
+    if (!writeFileAtomically(inv.words.first().toStdString(), text)) {
+        return fail(kExitFailure, QStringLiteral("cannot write %1").arg(inv.words.first()));
+    }
     return kExitOk;
 }
 
@@ -722,6 +830,8 @@ int run(const QStringList &args) {
             inv.version = true;
         } else if (a == QLatin1String("--second")) {
             inv.second = true;
+        } else if (a == QLatin1String("--html")) {
+            inv.html = true;
         } else if (a == QLatin1String("--timeout") || a == QLatin1String("--folder-name")) {
             if (i + 1 >= args.size()) {
                 return badInput(QStringLiteral("%1 needs a value").arg(a));
@@ -798,7 +908,9 @@ int run(const QStringList &args) {
     if (c == QLatin1String("page"))
         return cmdPage(inv);
     if (c == QLatin1String("dip") || c == QLatin1String("firmware"))
-        return cmdReport(inv);
+        return cmdDipOrFirmware(inv);
+    if (c == QLatin1String("report"))
+        return cmdHardwareReport(inv);
     if (c == QLatin1String("selftest"))
         return cmdSelfTest(inv);
     return cmdWatch(inv);
