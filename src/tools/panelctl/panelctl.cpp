@@ -6,7 +6,6 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QSocketNotifier>
-#include <QSysInfo>
 #include <QTimer>
 
 #include <fcntl.h>
@@ -23,6 +22,7 @@
 #include "device_list.h"
 #include "hardware_report_writer.h"
 #include "hardware_reports.h"
+#include "hostaddresses.h"
 #include "messageport.h"
 #include "paths.h"
 #include "selftest.h"
@@ -728,7 +728,10 @@ int cmdHardwareReport(const Invocation &inv) {
         report.functionButton1 = settings->boolValue("FounctionButton1");
         report.functionButton2 = settings->boolValue("FounctionButton2");
     }
-    report.computerName = QSysInfo::machineHostName().toStdString();
+    report.computerName = localizedComputerName().toStdString();
+    for (const QString &address : addressMenuItems(systemIPv4Addresses())) {
+        report.addresses.push_back(address.toStdString());
+    }
     const SelfTestJudgement judgement = judgeSelfTest(run.records, run.device);
     report.selfTestJudged = true;
     report.areas = judgement.summaries;

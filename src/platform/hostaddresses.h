@@ -1,4 +1,5 @@
-// The machine's own name and IPv4 addresses, as the Hardware information page lists them.
+// The machine's own name and IPv4 addresses, as the Hardware information page and the saved
+// report list them.
 #pragma once
 
 #include <QString>
