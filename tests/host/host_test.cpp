@@ -5,7 +5,6 @@
 #include <QImage>
 #include <QProcess>
 #include <QRegularExpression>
-#include <QSet>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -57,20 +56,14 @@ class HostTest : public QObject {
         const QString png = dir_->filePath(QStringLiteral("shot.png"));
         QCOMPARE(host({QStringLiteral("--log-to-stderr"), QStringLiteral("--screenshot"), png}), 0);
 
+        // A PNG of a sensible size with more than a few colours: text and controls, not blank.
         QFile file(png);
         QVERIFY(file.open(QIODevice::ReadOnly));
         QCOMPARE(file.read(8), QByteArray("\x89PNG\r\n\x1a\n", 8));
         const QImage image(png);
-        QVERIFY2(image.width() >= 560 && image.height() >= 400 && image.width() <= 4000 &&
-                     image.height() <= 4000,
-                 qPrintable(QStringLiteral("%1x%2").arg(image.width()).arg(image.height())));
-        QSet<QRgb> colours;
-        for (int y = 0; y < image.height(); y += 3) {
-            for (int x = 0; x < image.width(); x += 3) {
-                colours.insert(image.pixel(x, y));
-            }
-        }
-        QVERIFY2(colours.size() > 8, "the window looks empty");
+        QVERIFY(image.width() >= 560 && image.height() >= 400);
+        QVERIFY(image.width() <= 4000 && image.height() <= 4000);
+        QVERIFY(image.convertToFormat(QImage::Format_Indexed8).colorCount() > 8);
 
         static const QRegularExpression logLine(QStringLiteral("^tavix-settings\\[\\d+\\]: (.*)$"),
                                                 QRegularExpression::MultilineOption);

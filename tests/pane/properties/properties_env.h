@@ -1,41 +1,24 @@
-// Shared set-up of the Properties page tests: temporary HOME and system Library folder, the
-// page's string tables, a system that reports any version, and a fake daemon on the bus that
-// records every command.
+// Shared set-up of the Properties page tests (the temporary HOME comes from the bus tests'
+// support): the page's string tables, a system that reports any version, and a fake daemon on the
+// bus that records every command.
 #pragma once
 
 #include <QByteArray>
 #include <QCoreApplication>
 #include <QDBusConnection>
-#include <QDir>
 #include <QStringList>
-#include <QTemporaryDir>
 #include <QTranslator>
 
 #include <memory>
 #include <utility>
 
+#include "../../platform/test_support.h"
 #include "commands.h"
 #include "daemonchannel.h"
 #include "messageport.h"
 #include "systeminfo.h"
 
 namespace tavix::test {
-
-// Points HOME and TAVIX_SYSTEM_LIBRARY at fresh temporary folders for the life of the object.
-class TempRoots {
-  public:
-    TempRoots() {
-        const QString library = dir_.filePath(QStringLiteral("system/Library"));
-        QDir().mkpath(dir_.filePath(QStringLiteral("home")));
-        QDir().mkpath(library);
-        qputenv("HOME", dir_.filePath(QStringLiteral("home")).toLocal8Bit());
-        qputenv("TAVIX_SYSTEM_LIBRARY", library.toLocal8Bit());
-    }
-    bool isValid() const { return dir_.isValid(); }
-
-  private:
-    QTemporaryDir dir_;
-};
 
 // Installs the page's string table as the pane's loader does: English first, then a language.
 inline std::unique_ptr<QTranslator> installTranslator(const QString &language) {
@@ -68,7 +51,7 @@ class RecordingDaemon {
         port_ = LocalMessagePort::create(
             QString::fromLatin1(kDaemonPortName),
             [this](qint32 msgid, const QByteArray &data) {
-                received.append(msgid == 0 ? QString::fromLatin1(data.toHex(' ').toUpper())
+                received.append(msgid == 0 ? hexBytes(data)
                                            : QStringLiteral("msgid %1").arg(msgid));
                 return QByteArray();
             },
