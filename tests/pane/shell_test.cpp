@@ -1,22 +1,53 @@
 // The pane's life cycle and page navigation, driven through its real widgets with recording
-// page controllers in place of the pages.
+// page controllers in place of the pages; the Version page and the string tables.
 #include <QDBusConnectionInterface>
 #include <QDBusServiceWatcher>
-#include <QScopeGuard>
 #include <QTabBar>
+#include <QXmlStreamReader>
 #include <QtTest>
 
 #include "pane_test_support.h"
+#include "version/versionviewctl.h"
 
 using namespace tavix;
 using namespace tavix::test;
+
+namespace {
+
+// id -> translation of one .ts file of the pane.
+QMap<QString, QString> readTs(const QString &name) {
+    QFile file(QStringLiteral(TAVIX_PANE_TS_DIR "/") + name);
+    if (!file.open(QIODevice::ReadOnly)) {
+        return {};
+    }
+    QMap<QString, QString> table;
+    QXmlStreamReader xml(&file);
+    QString id;
+    while (!xml.atEnd()) {
+        xml.readNext();
+        if (!xml.isStartElement()) {
+            continue;
+        }
+        if (xml.name() == QLatin1String("message")) {
+            id = xml.attributes().value(QLatin1String("id")).toString();
+        } else if (xml.name() == QLatin1String("translation")) {
+            table.insert(id, xml.readElementText());
+        }
+    }
+    return xml.hasError() ? QMap<QString, QString>{} : table;
+}
+
+}  // namespace
 
 class ShellTest : public QObject, PaneFixture {
     Q_OBJECT
 
   private slots:
     void init() { resetFixture(); }
-    void cleanup() { pane_.reset(); }
+    void cleanup() {
+        pane_.reset();
+        installPaneTranslations(QLocale());
+    }
 
     // Model -1: first start, no shared state file yet (one with no panel is written).
     void availability_data() {
@@ -224,7 +255,6 @@ class ShellTest : public QObject, PaneFixture {
         QFETCH(QString, calibrationTab);
         QFETCH(QString, versionCaption);
         installPaneTranslations(locale);
-        const auto restore = qScopeGuard([] { installPaneTranslations(QLocale()); });
         SettingsDict settings;
         settings.set("DriverVersion", "5.6.7");
         QVERIFY(writePlistFileAtomically(settings, getSettingsFilePath(317)));
@@ -258,6 +288,96 @@ class ShellTest : public QObject, PaneFixture {
             QCOMPARE(text, localizedText(key));
             QVERIFY2(text != QLatin1String(key), key);
         }
+    }
+
+    // The Version page: the driver version of the connected model, read straight from its file.
+    void driverVersion_data() {
+        QTest::addColumn<int>("model");
+        QTest::addColumn<QByteArray>("file");  // "none", "defaults", or the file's bytes
+        QTest::addColumn<QString>("shown");
+        const auto plist = [](const char *key, const PlistValue &value) {
+            SettingsDict d;
+            d.set(key, value);
+            return QByteArray::fromStdString(serializePlist(d));
+        };
+        QTest::newRow("model 0, no file") << 0 << QByteArray("none") << QString();
+        QTest::newRow("model 317, no file") << 317 << QByteArray("none") << QString();
+        QTest::newRow("defaults") << 317 << QByteArray("defaults") << "0.8.0.3";
+        QTest::newRow("recorded version") << 259 << plist("DriverVersion", "3.1.4.1") << "3.1.4.1";
+        QTest::newRow("negative model") << -1 << plist("DriverVersion", "3.1.4.1") << "3.1.4.1";
+        QTest::newRow("no DriverVersion") << 317 << plist("InputMode", 1) << QString();
+        QTest::newRow("not a string") << 317 << plist("DriverVersion", 42) << QString();
+        QTest::newRow("corrupt file") << 317 << QByteArray("<plist><dict><key>") << QString();
+        QTest::newRow("empty file") << 317 << QByteArray() << QString();
+    }
+    void driverVersion() {
+        QFETCH(int, model);
+        QFETCH(QByteArray, file);
+        QFETCH(QString, shown);
+        const QString path = QString::fromStdString(getSettingsFilePath(model));
+        if (file == "defaults") {
+            readSettingItemsFromPlist(path.toStdString());
+        } else if (file != "none") {
+            QFile out(path);
+            QVERIFY(out.open(QIODevice::WriteOnly));
+            out.write(file);
+        }
+        gModelType = model;
+
+        QWidget page;
+        VersionViewCtl controller(&page);
+        auto *label = page.findChild<QLabel *>(QStringLiteral("versionText_"));
+        QVERIFY(label != nullptr);
+        label->setText(QStringLiteral("stale"));
+        controller.updateUIState();
+        QCOMPARE(label->text(), shown);
+        // The page never creates the file.
+        QCOMPARE(QFile::exists(path), file != "none");
+    }
+
+    // Every table has every key of the English one, with a text for each; lookups give the
+    // locale's text, and the key itself when no table has it.
+    void lookups_data() {
+        QTest::addColumn<QLocale>("locale");
+        QTest::addColumn<QString>("table");
+        QTest::newRow("English") << QLocale(QLocale::English, QLocale::UnitedKingdom)
+                                 << "pane_en.ts";
+        QTest::newRow("German") << QLocale(QLocale::German, QLocale::Austria) << "pane_de.ts";
+        QTest::newRow("French falls back to English") << QLocale(QLocale::French) << "pane_en.ts";
+    }
+    void lookups() {
+        QFETCH(QLocale, locale);
+        QFETCH(QString, table);
+        const QStringList installed = installPaneTranslations(locale);
+        QVERIFY(installed.contains(QStringLiteral(":/i18n/pane_en.qm")));
+        QCOMPARE(installed.contains(QStringLiteral(":/i18n/pane_de.qm")),
+                 locale.language() == QLocale::German);
+        // English first, so that the locale's tables are searched before it.
+        QVERIFY(installed.first().endsWith(QStringLiteral("_en.qm")));
+
+        const auto english = readTs(QStringLiteral("pane_en.ts"));
+        const auto expected = readTs(table);
+        QVERIFY(english.size() > 10);
+        QCOMPARE(expected.keys(), english.keys());
+        for (auto it = expected.cbegin(); it != expected.cend(); ++it) {
+            QVERIFY2(!it.value().isEmpty(), qPrintable(it.key()));
+            QCOMPARE(localizedText(it.key().toUtf8().constData()), it.value());
+        }
+        QCOMPARE(localizedText("No.such.key"), QStringLiteral("No.such.key"));
+    }
+
+    void productFolderComesFromTheTable() {
+        installPaneTranslations(QLocale(QLocale::German));
+        // A folder name does not change with the language.
+        QVERIFY(QString::fromStdString(getPreferenceFolderPath())
+                    .endsWith(QStringLiteral("/Library/Preferences/TavixTouchPanel")));
+        QVERIFY(QString::fromStdString(utilitiesAppInStatusBarFullPath())
+                    .endsWith(QStringLiteral("/Application Support/TavixTouchPanel/StatusBarApp/"
+                                             "TavixTouchSettingUtility.app")));
+        removePaneTranslations();
+        // Without any table the key itself names the folder.
+        QVERIFY(QString::fromStdString(getPreferenceFolderPath())
+                    .endsWith(QStringLiteral("/Library/Preferences/PreferenceFolderName")));
     }
 };
 
