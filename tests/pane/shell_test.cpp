@@ -14,7 +14,7 @@ using namespace tavix::test;
 
 namespace {
 
-// id -> translation of one .ts file of the pane.
+// id -> translation of one .ts file under src/pane.
 QMap<QString, QString> readTs(const QString &name) {
     QFile file(QStringLiteral(TAVIX_PANE_TS_DIR "/") + name);
     if (!file.open(QIODevice::ReadOnly)) {
@@ -339,29 +339,32 @@ class ShellTest : public QObject, PaneFixture {
     // locale's text, and the key itself when no table has it.
     void lookups_data() {
         QTest::addColumn<QLocale>("locale");
-        QTest::addColumn<QString>("table");
-        QTest::newRow("English") << QLocale(QLocale::English, QLocale::UnitedKingdom)
-                                 << "pane_en.ts";
-        QTest::newRow("German") << QLocale(QLocale::German, QLocale::Austria) << "pane_de.ts";
-        QTest::newRow("French falls back to English") << QLocale(QLocale::French) << "pane_en.ts";
+        QTest::addColumn<QString>("language");
+        QTest::newRow("English") << QLocale(QLocale::English, QLocale::UnitedKingdom) << "en";
+        QTest::newRow("German") << QLocale(QLocale::German, QLocale::Austria) << "de";
+        QTest::newRow("French falls back to English") << QLocale(QLocale::French) << "en";
     }
     void lookups() {
         QFETCH(QLocale, locale);
-        QFETCH(QString, table);
+        QFETCH(QString, language);
         const QStringList installed = installPaneTranslations(locale);
-        QVERIFY(installed.contains(QStringLiteral(":/i18n/pane_en.qm")));
-        QCOMPARE(installed.contains(QStringLiteral(":/i18n/pane_de.qm")),
-                 locale.language() == QLocale::German);
         // English first, so that the locale's tables are searched before it.
         QVERIFY(installed.first().endsWith(QStringLiteral("_en.qm")));
-
-        const auto english = readTs(QStringLiteral("pane_en.ts"));
-        const auto expected = readTs(table);
-        QVERIFY(english.size() > 10);
-        QCOMPARE(expected.keys(), english.keys());
-        for (auto it = expected.cbegin(); it != expected.cend(); ++it) {
-            QVERIFY2(!it.value().isEmpty(), qPrintable(it.key()));
-            QCOMPARE(localizedText(it.key().toUtf8().constData()), it.value());
+        // The shell's tables and those the pages' libraries add.
+        for (const char *table : {"translations/pane", "properties/translations/properties",
+                                  "hardwareinfo/translations/hardwareinfo"}) {
+            const QString name = QString::fromLatin1(table).section(QLatin1Char('/'), -1);
+            QVERIFY(installed.contains(QStringLiteral(":/i18n/%1_en.qm").arg(name)));
+            QCOMPARE(installed.contains(QStringLiteral(":/i18n/%1_de.qm").arg(name)),
+                     language == QLatin1String("de"));
+            const auto english = readTs(QStringLiteral("%1_en.ts").arg(table));
+            const auto expected = readTs(QStringLiteral("%1_%2.ts").arg(table, language));
+            QVERIFY2(english.size() > 10, table);
+            QCOMPARE(expected.keys(), english.keys());
+            for (auto it = expected.cbegin(); it != expected.cend(); ++it) {
+                QVERIFY2(!it.value().isEmpty(), qPrintable(it.key()));
+                QCOMPARE(localizedText(it.key().toUtf8().constData()), it.value());
+            }
         }
         QCOMPARE(localizedText("No.such.key"), QStringLiteral("No.such.key"));
     }
