@@ -17,27 +17,32 @@ class MonitorTest : public QObject, PaneFixture {
     void init() { resetFixture(); }
     void cleanup() { pane_.reset(); }
 
-    void keepsModelAndVerboseCurrentButNotDriver() {
-        writeUtilities(utilities(317, true, 0));
-        startPane(false, 20ms);
-        writeUtilities(utilities(259, false, 0, true));
-        QVERIFY(waitForPasses(2));
-        QCOMPARE(gModelType.load(), 259);
-        QVERIFY(verboseLog.load());
-        // Only the life-cycle calls and the command port take the driver state.
-        QVERIFY(gDriverEnable.load());
+    // Each pass takes the model and the verbose flag from the file, never writing it; an
+    // unreadable file reads as no panel. Only the life-cycle calls and the port take the driver.
+    void passesFollowTheFile_data() {
+        QTest::addColumn<QByteArray>("file");
+        QTest::addColumn<int>("model");
+        QTest::addColumn<bool>("verbose");
+        QTest::newRow("new model, verbose, driver off")
+            << QByteArray::fromStdString(serializePlist(utilities(259, false, 0, true))) << 259
+            << true;
+        QTest::newRow("unreadable") << QByteArray("not a property list") << 0 << false;
     }
-
-    void unreadableFileReadsAsNoPanel() {
+    void passesFollowTheFile() {
+        QFETCH(QByteArray, file);
+        QFETCH(int, model);
+        QFETCH(bool, verbose);
         writeUtilities(utilities(317, true, 0));
         startPane(false, 20ms);
-        QFile file(utilitiesPath());
-        QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
-        file.write("not a property list");
-        file.close();
+        QFile out(utilitiesPath());
+        QVERIFY(out.open(QIODevice::WriteOnly | QIODevice::Truncate));
+        out.write(file);
+        out.close();
         QVERIFY(waitForPasses(2));
-        QCOMPARE(gModelType.load(), 0);
-        QCOMPARE(utilitiesBytes(), QByteArray("not a property list"));
+        QCOMPARE(gModelType.load(), model);
+        QCOMPARE(verboseLog.load(), verbose);
+        QVERIFY(gDriverEnable.load());
+        QCOMPARE(utilitiesBytes(), file);
     }
 
     // Only a true flag is a request: written back as false, the rest of the file kept, and the

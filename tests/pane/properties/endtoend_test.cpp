@@ -1,5 +1,5 @@
 // The Properties page against the panel simulator: a slider moved in the real window changes the
-// model's settings file through the simulator, and a page opened afterwards shows the stored value.
+// model's settings file through the simulator.
 #include <QProcess>
 #include <QSlider>
 #include <QTabWidget>
@@ -22,14 +22,6 @@ constexpr std::int32_t kModel = 4711;
 std::optional<SettingsDict> storedSettings() {
     return readPlistFile(getSettingsFilePath(kModel));
 }
-
-struct Page {
-    std::unique_ptr<QWidget> widget = std::make_unique<QWidget>();
-    SettingViewCtl *ctl = new SettingViewCtl(
-        widget.get(), std::make_shared<test::FakeSystemInfo>(QStringLiteral("Linux"), -1),
-        widget.get());
-    QSlider *slider(const QString &name) const { return widget->findChild<QSlider *>(name); }
-};
 
 }  // namespace
 
@@ -76,30 +68,23 @@ class EndToEndTest : public QObject {
     }
 
     void slidersReachTheSettingsFile() {
-        Page page;
-        page.ctl->updateUIState();
-        page.widget->show();
-        QVERIFY(QTest::qWaitForWindowExposed(page.widget.get()));
-        auto *tabs = page.widget->findChild<QTabWidget *>(QStringLiteral("settingTabView_"));
-        auto *range = page.slider("rangeSlider_");
+        QWidget page;
+        auto *ctl = new SettingViewCtl(
+            &page, std::make_shared<test::FakeSystemInfo>(QStringLiteral("Linux"), -1), &page);
+        ctl->updateUIState();
+        page.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&page));
+        auto *range = page.findChild<QSlider *>(QStringLiteral("rangeSlider_"));
+        auto *rate = page.findChild<QSlider *>(QStringLiteral("rateSlider_"));
         QCOMPARE(range->value(), 32);
         range->setFocus();
         QTest::keyClick(range, Qt::Key_End);
         QTest::keyClick(range, Qt::Key_Left);
-        tabs->setCurrentIndex(1);
-        page.slider("rateSlider_")->setFocus();
-        QTest::keyClick(page.slider("rateSlider_"), Qt::Key_Home);  // the longest window, 1.0 s
+        page.findChild<QTabWidget *>(QStringLiteral("settingTabView_"))->setCurrentIndex(1);
+        rate->setFocus();
+        QTest::keyClick(rate, Qt::Key_Home);  // the longest window, 1.0 s
         QTRY_COMPARE(storedSettings()->intValue("DoubleClickRange"), 127);
         QTRY_COMPARE(storedSettings()->doubleValue("DoubleClickRate"), 1.0);
-
-        // A fresh page, as after reopening the pane, shows what the driver side stored, before
-        // and after its refresh.
-        Page next;
-        QCOMPARE(next.slider("rangeSlider_")->value(), 127);
-        QCOMPARE(next.slider("rateSlider_")->value(), 0);
-        next.ctl->updateUIState();
-        QCOMPARE(next.slider("rangeSlider_")->value(), 127);
-        QCOMPARE(next.slider("rateSlider_")->value(), 0);
     }
 };
 
