@@ -41,15 +41,13 @@ class HostTest : public QObject {
     void screenshot_data() {
         QTest::addColumn<QByteArray>("utilities");  // empty: first start, no shared state file
         QTest::addColumn<QStringList>("logLines");
-        QTest::addColumn<int>("storedPage");
-        QTest::newRow("first start, no panel") << QByteArray() << QStringList{} << 0;
+        QTest::newRow("first start, no panel") << QByteArray() << QStringList{};
         QTest::newRow("panel, page 3")
-            << QByteArray(kPanelOnPage3) << QStringList{"willSelect", "save OK"} << 3;
+            << QByteArray(kPanelOnPage3) << QStringList{"willSelect", "save OK"};
     }
     void screenshot() {
         QFETCH(QByteArray, utilities);
         QFETCH(QStringList, logLines);
-        QFETCH(int, storedPage);
         if (!utilities.isEmpty()) {
             writeFile(utilities_, utilities);
         }
@@ -72,14 +70,7 @@ class HostTest : public QObject {
             lines << match.captured(1);
         }
         lines.removeAll(QStringLiteral("mainViewDidLoad"));  // depends on the monitor's timing
-        QCOMPARE(lines, logLines);
-        QFile stored(utilities_);
-        QVERIFY(stored.open(QIODevice::ReadOnly));
-        static const QRegularExpression page(
-            QStringLiteral("<key>currentPageIndex</key>\\s*<integer>(-?\\d+)</integer>"));
-        const auto match = page.match(QString::fromUtf8(stored.readAll()));
-        QVERIFY(match.hasMatch());
-        QCOMPARE(match.captured(1).toInt(), storedPage);
+        QCOMPARE(lines, logLines);  // the life cycle ran; the shell test checks what it does
     }
 
     // An exit code of 0 is looked up on standard output, any other on standard error.
