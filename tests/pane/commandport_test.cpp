@@ -63,7 +63,6 @@ class CommandPortTest : public QObject, PaneFixture {
         panel("panel: 8 next simple calibration", bytes(8)) << next << none << 2 << none;
         panel("panel: 9 reload", bytes(9)) << hw << none << 2 << "willSelect";
         panel("panel: 10", bytes(10)) << none << none << 2 << none;
-        panel("panel: 255", bytes(255)) << none << none << 2 << none;
         // No code: nothing is read past its end (a zero byte there would select page 0).
         panel("panel: empty message", {}) << none << none << 2 << none;
         panel("panel: extra bytes ignored", QByteArray("\x03\xff\x00\x07", 4))

@@ -53,7 +53,6 @@ class MonitorTest : public QObject, PaneFixture {
         QTest::newRow("true") << std::optional<PlistValue>(true) << true;
         QTest::newRow("false") << std::optional<PlistValue>(false) << false;
         QTest::newRow("2") << std::optional<PlistValue>(2) << false;
-        QTest::newRow("0.5") << std::optional<PlistValue>(0.5) << false;
         QTest::newRow("string YES") << std::optional<PlistValue>("YES") << false;
         QTest::newRow("absent") << std::optional<PlistValue>() << false;
     }

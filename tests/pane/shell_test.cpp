@@ -289,14 +289,12 @@ class ShellTest : public QObject, PaneFixture {
             return QByteArray::fromStdString(serializePlist(d));
         };
         QTest::newRow("model 0, no file") << 0 << QByteArray("none") << QString();
-        QTest::newRow("model 317, no file") << 317 << QByteArray("none") << QString();
         QTest::newRow("defaults") << 317 << QByteArray("defaults") << "0.8.0.3";
         QTest::newRow("recorded version") << 259 << plist("DriverVersion", "3.1.4.1") << "3.1.4.1";
         QTest::newRow("negative model") << -1 << plist("DriverVersion", "3.1.4.1") << "3.1.4.1";
         QTest::newRow("no DriverVersion") << 317 << plist("InputMode", 1) << QString();
         QTest::newRow("not a string") << 317 << plist("DriverVersion", 42) << QString();
         QTest::newRow("corrupt file") << 317 << QByteArray("<plist><dict><key>") << QString();
-        QTest::newRow("empty file") << 317 << QByteArray() << QString();
     }
     void driverVersion() {
         QFETCH(int, model);

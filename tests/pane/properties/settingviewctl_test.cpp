@@ -289,13 +289,6 @@ class SettingViewCtlTest : public QObject {
         }
     }
 
-    void functionChangeIgnoresOtherSenders() {
-        ctl_->functionChange(w<QSlider>("rangeSlider_"));
-        ctl_->functionChange(w<QLabel>("eraserAreaText_"));
-        ctl_->functionChange(nullptr);
-        expectSent({});
-    }
-
     // Refreshing from the settings file.
     void updateUIState_data() {
         QTest::addColumn<std::optional<SettingsDict>>("file");
