@@ -39,7 +39,7 @@ QList<Step> doubleClick(double secondPress, double secondRelease, QPoint at = kC
 
 Q_DECLARE_METATYPE(QList<Step>)
 
-class TestViewTest : public QObject {
+class PropertiesPartsTest : public QObject {
     Q_OBJECT
 
   private:
@@ -286,5 +286,5 @@ class TestViewTest : public QObject {
     }
 };
 
-QTEST_MAIN(TestViewTest)
+QTEST_MAIN(PropertiesPartsTest)
 #include "testview_test.moc"
