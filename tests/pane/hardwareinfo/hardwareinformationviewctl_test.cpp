@@ -222,30 +222,6 @@ class HardwareInformationViewCtlTest : public QObject {
                  qtTrId("Function.Flag") + "  ");
     }
 
-    void addressMenu_data() {
-        QTest::addColumn<QStringList>("addresses");
-        QTest::addColumn<QStringList>("items");
-        const QString lo = QStringLiteral("127.0.0.1");
-        const QString a = QStringLiteral("10.0.0.2"), b = QStringLiteral("192.168.1.5");
-        QTest::newRow("none") << QStringList{} << QStringList{};
-        QTest::newRow("loopback alone") << QStringList{lo} << QStringList{lo};
-        QTest::newRow("loopback dropped") << QStringList{lo, a, b} << QStringList{a, b};
-    }
-    void addressMenu() {
-        QFETCH(QStringList, addresses);
-        writeSettings(317, {{"RotateMode", 0}});
-        ctl_->setAddressSource([addresses] { return addresses; });
-        ctl_->updateUIState();
-        auto *menu = find<QComboBox>("IPAddr_");
-        QStringList items;
-        for (int i = 0; i < menu->count(); ++i) {
-            items << menu->itemText(i);
-        }
-        QTEST(items, "items");
-        QCOMPARE(menu->currentIndex(), items.isEmpty() ? -1 : 0);
-        QTRY_VERIFY(daemon_->received.contains("1B"));  // the update went on to its end
-    }
-
     // The queries and the mouse-action and button-report switches, by inner tab and model.
     void commandsByTab_data() {
         QTest::addColumn<int>("model");
@@ -418,7 +394,8 @@ class HardwareInformationViewCtlTest : public QObject {
         QVERIFY(!ctl_->saveReport(env_.home() + "/missing/dir/report"));
     }
 
-    // Entries without an address or of another family are skipped; loopback is kept here.
+    // The interface list: entries without an address or of another family are skipped and
+    // loopback is kept; the menu drops loopback unless it is alone. The machine's pretty name.
     void addressesFromTheInterfaceList() {
         sockaddr_in v4[2] = {};
         const char *dotted[] = {"127.0.0.1", "198.51.100.4"};
@@ -438,6 +415,10 @@ class HardwareInformationViewCtlTest : public QObject {
         }
         QCOMPARE(ipv4AddressesOf(e), (QStringList{"127.0.0.1", "198.51.100.4"}));
         QCOMPARE(ipv4AddressesOf(nullptr), QStringList{});
+        const QString lo = "127.0.0.1", a = "10.0.0.2", b = "192.168.1.5";
+        QCOMPARE(addressMenuItems({}), QStringList{});
+        QCOMPARE(addressMenuItems({lo}), QStringList{lo});
+        QCOMPARE(addressMenuItems({lo, a, b}), (QStringList{a, b}));
         QCOMPARE(prettyHostnameFromMachineInfo("CHASSIS=desk\nPRETTY_HOSTNAME=\"Lab \\\"A\\\"\"\n"),
                  QStringLiteral("Lab \"A\""));
         QCOMPARE(prettyHostnameFromMachineInfo("HOSTNAME=x\n"), QString());
@@ -494,21 +475,16 @@ class HardwareInformationViewCtlTest : public QObject {
         auto *errors = find<QTableView>("errTable_")->model();
         QTRY_COMPARE(errors->rowCount(), 3 + 108);  // each report of the run judges again
         QCOMPARE(errors->index(0, 1).data().toString(), QStringLiteral("40"));
-        auto *led = find<QTableView>("LEDTable_")->model();
-        auto *sensor = find<QTableView>("sensorTable_")->model();
         QStringList faulty;
-        for (int r = 0; r < led->rowCount(); ++r) {
-            for (auto *model : {led, sensor}) {
-                if (model->index(r, 1).data() != qtTrId("selfTest.OK")) {
-                    faulty << model->index(r, 0).data().toString() + ':' +
-                                  model->index(r, 1).data().toString();
-                }
+        for (const QString &row : rows("LEDTable_") + rows("sensorTable_")) {
+            if (!row.endsWith(qtTrId("selfTest.OK"))) {
+                faulty << row;
             }
         }
-        QCOMPARE(led->rowCount(), 10);
-        QCOMPARE(faulty, (QStringList{"Top 2:" + qtTrId("selfTest.Check"),
-                                      "Left 1:" + qtTrId("selfTest.Check"),
-                                      "Right 1:" + qtTrId("selfTest.ALL")}));
+        QCOMPARE(rows("LEDTable_").size(), 10);
+        QCOMPARE(faulty, (QStringList{"Top 2|" + qtTrId("selfTest.Check"),
+                                      "Left 1|" + qtTrId("selfTest.Check"),
+                                      "Right 1|" + qtTrId("selfTest.ALL")}));
         auto *picture = find<FramePicture>("framePicture");
         QAccessibleInterface *said = QAccessible::queryAccessibleInterface(picture);
         QCOMPARE(said->role(), QAccessible::Graphic);
