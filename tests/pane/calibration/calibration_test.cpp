@@ -301,6 +301,18 @@ class CalibrationTest : public QObject, public test::PaneFixture {
         }
     }
 
+    // A stored simple setting with no row selects none; the rows stay exclusive afterwards.
+    void simpleSettingWithoutRow() {
+        makePage(317, {display("DP-2", 1920, 1080, kVendor, kProduct)}, settings(0, 7, 0));
+        RadioMatrix *matrix = w("simpleSetting_");
+        QCOMPARE(matrix->selectedRow(), -1);
+        for (int r : {1, 0}) {
+            QTest::mouseClick(matrix->cell(r, 0), Qt::LeftButton, {}, QPoint(6, 6));
+        }
+        QVERIFY(!matrix->cell(1, 0)->isChecked());
+        expectSent({"13 01 00", "13 00 00"});
+    }
+
     // Chords reach the page wherever the focus is in its window.
     void chords_data() { rows(kChords); }
     void chords() {
@@ -344,6 +356,9 @@ class CalibrationTest : public QObject, public test::PaneFixture {
                                                                   : "HotKey.calibration.title"));
                 auto *keys = win->findChild<QComboBox *>();
                 keys->setCurrentIndex(keys->findText(key));
+                // The buttons sit under the key's menu.
+                QVERIFY(win->findChild<QPushButton *>("hotKeySet")->y() >
+                        keys->geometry().bottom());
                 QTimer::singleShot(0, this, [&] {
                     if (auto *box =
                             qobject_cast<QMessageBox *>(QApplication::activeModalWidget())) {
