@@ -303,7 +303,9 @@ class CalibrationTest : public QObject, public test::PaneFixture {
 
     // A stored simple setting with no row selects none; the rows stay exclusive afterwards.
     void simpleSettingWithoutRow() {
-        makePage(317, {display("DP-2", 1920, 1080, kVendor, kProduct)}, settings(0, 7, 0));
+        makePage(317, {display("DP-2", 1920, 1080, kVendor, kProduct)}, settings(0, 1, 0));
+        QVERIFY(writePlistFileAtomically(settings(0, 7, 0), path()));
+        ctl_->updateUIState();
         RadioMatrix *matrix = w("simpleSetting_");
         QCOMPARE(matrix->selectedRow(), -1);
         for (int r : {1, 0}) {
