@@ -361,6 +361,7 @@ class HardwareInformationViewCtlTest : public QObject {
         sendReport(records({{1, 1, 0}, {2, 3, 0x10}, {3, 1, 0}}));
         const QString base = env_.home() + "/report";
         find<QTabWidget>("hardwareInfoTabView_")->setCurrentIndex(2);
+        QCoreApplication::setAttribute(Qt::AA_DontUseNativeDialogs);  // one to answer here
         QTimer::singleShot(0, this, [&] {
             QTRY_VERIFY(qobject_cast<QFileDialog *>(QApplication::activeModalWidget()));
             auto *dialog = qobject_cast<QFileDialog *>(QApplication::activeModalWidget());
