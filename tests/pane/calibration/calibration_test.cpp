@@ -49,6 +49,7 @@ SettingsDict settings(int calibrationType, int simpleType, int rotateMode) {
 
 // Counts the key presses that reach it, leaving out the modifier keys QTest presses first.
 struct KeySink : QWidget {
+    explicit KeySink(QWidget *parent) : QWidget(parent) { setFocusPolicy(Qt::StrongFocus); }
     int presses = 0;
     void keyPressEvent(QKeyEvent *e) override { presses += e->key() < Qt::Key_Escape ? 1 : 0; }
 };
@@ -159,14 +160,10 @@ class CalibrationTest : public QObject, public test::PaneFixture {
         QVERIFY(!file || writePlistFileAtomically(*file, path()));
         window_ = std::make_unique<QWidget>();
         window_->resize(700, 560);
-        auto *page = new QWidget(window_.get());
-        page->resize(window_->size());
-        sink_ = new KeySink;
-        sink_->setParent(window_.get());
-        sink_->setFocusPolicy(Qt::StrongFocus);
+        sink_ = new KeySink(window_.get());
         auto displays = std::make_shared<FakeDisplays>();
         displays->list = std::move(list);
-        ctl_ = new CalibrationViewClt(page, displays, page);
+        ctl_ = new CalibrationViewClt(window_.get(), displays, window_.get());
         window_->show();
         QVERIFY(QTest::qWaitForWindowExposed(window_.get()));
         ctl_->updateUIState();
@@ -210,9 +207,9 @@ class CalibrationTest : public QObject, public test::PaneFixture {
                             const char *resolution, const char *shown) {
             QTest::newRow(name) << model << list << resolution << shown;
         };
-        add("matched after another", 317, {hdmi, panel}, "1920 * 1080", "matched DP-2");
-        add("two matches: the later", 317, {panel, display("DP-3", 2560, 1440, kVendor, kProduct)},
-            "2560 * 1440", "matched DP-3");
+        add("the later of two matches, after another", 317,
+            {hdmi, panel, display("DP-3", 2560, 1440, kVendor, kProduct)}, "2560 * 1440",
+            "matched DP-3");
         add("0x717 never", 317, {display("DP-4", 1600, 900, kVendor, 0x717), laptop}, "1600 * 900",
             "fallback DP-4");
         add("vendor unknown", 317, {display("DP-5", 1280, 720, kUnknown, kProduct)}, "1280 * 720",
@@ -324,6 +321,7 @@ class CalibrationTest : public QObject, public test::PaneFixture {
     void hotKeyWindow() {
         const auto &[name, simple, key, file, daemon, alertKey, sent] = row(kHotKeys);
         const QString alert = QString::fromLatin1(alertKey);
+        const char *button = simple ? "simpleSwitchBtn_" : "calibrationBtn_";
         makePage(317, {}, file ? std::optional(settings(0, 0, 0)) : std::nullopt);
         struct stat before {};
         ::stat(path().c_str(), &before);
@@ -333,10 +331,7 @@ class CalibrationTest : public QObject, public test::PaneFixture {
         QDialog *win = ctl_->hotKeyWindow();
         const bool changed = alert.endsWith("Changed"), stored = file && !alert.endsWith("Failure");
         whileModal(
-            [&] {
-                QTest::mouseClick(w<QPushButton>(simple ? "simpleSwitchBtn_" : "calibrationBtn_"),
-                                  Qt::LeftButton);
-            },
+            [&] { QTest::mouseClick(w<QPushButton>(button), Qt::LeftButton); },
             [&] {
                 const QRect pane = window_->geometry();
                 QCOMPARE(win->geometry().topLeft(),
@@ -378,8 +373,7 @@ class CalibrationTest : public QObject, public test::PaneFixture {
         struct stat after {};
         ::stat(path().c_str(), &after);
         QCOMPARE(after.st_ino != before.st_ino, stored);  // replaced, even when unchanged
-        QCOMPARE(w<QPushButton>(simple ? "simpleSwitchBtn_" : "calibrationBtn_")->text(),
-                 file ? localizedText("HotKeyString") + now : "");
+        QCOMPARE(w<QPushButton>(button)->text(), file ? localizedText("HotKeyString") + now : "");
         expectSent(*sent ? QStringList{sent} : QStringList{});
     }
 
