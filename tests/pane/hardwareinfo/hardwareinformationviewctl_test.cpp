@@ -35,20 +35,17 @@ QByteArray records(std::initializer_list<std::array<int, 3>> list) {
 
 // Models 317 and 259 with the areas "Top", "Left" and "Right" of four points; 420 has none.
 void writeDeviceList() {
-    QString areas, list = "<plist version=\"1.0\"><array>";
-    for (const char *area : {"Top", "Left", "Right"}) {
-        areas += QString(
-                     "<dict><key>Area</key><string>%1</string><key>Point</key><integer>4</integer>"
-                     "<key>Index</key><integer>%2</integer></dict>")
-                     .arg(area)
-                     .arg(areas.count("<dict>") + 1);
-    }
+    QString list = "<plist version=\"1.0\"><array>";
     for (int model : {317, 259}) {
-        list += QString(
-                    "<dict><key>ModelType</key><integer>%1</integer><key>Name</key><string>TX-%1"
-                    "</string><key>LEDSensorArray</key><array>%2</array></dict>")
-                    .arg(model)
-                    .arg(areas);
+        list += QString(R"(<dict><key>ModelType</key><integer>%1</integer><key>Name</key>
+<string>TX-%1</string><key>LEDSensorArray</key><array>
+<dict><key>Area</key><string>Top</string><key>Point</key><integer>4</integer>
+<key>Index</key><integer>1</integer></dict>
+<dict><key>Area</key><string>Left</string><key>Point</key><integer>4</integer>
+<key>Index</key><integer>2</integer></dict>
+<dict><key>Area</key><string>Right</string><key>Point</key><integer>4</integer>
+<key>Index</key><integer>3</integer></dict></array></dict>)")
+                    .arg(model);
     }
     list += "<dict><key>ModelType</key><integer>420</integer></dict></array></plist>";
     QVERIFY(writeFileAtomically(getSupportDeviceListFilePath(), list.toStdString()));
