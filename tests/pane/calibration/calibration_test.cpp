@@ -1,5 +1,4 @@
-// The Calibration page through its real widgets and key events, with fake displays, real files in
-// a temporary HOME, and the commands checked at a fake daemon on a private session bus.
+// The Calibration page through real widgets and keys, fake displays and a fake daemon on a bus.
 #include <QtWidgets>
 
 #include <sys/stat.h>

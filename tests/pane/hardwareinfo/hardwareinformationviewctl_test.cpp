@@ -227,8 +227,7 @@ class HardwareInformationViewCtlTest : public QObject {
         sendReport(records({{1, 1, 0}, {1, 2, 0}, {2, 1, 0}}));
         QTRY_COMPARE(sent("1C"), 2);
         QCOMPARE(ctl_->testTimesCount(), 2);
-        // A run split over two reports is judged whole: runs 1,2,1 count three, so it is
-        // judged although area 3 is missing, and the retry the first part set up is dropped.
+        // Runs 1,2,1 over two reports count three: judged whole, the pending retry dropped.
         sendReport(records({{1, 1, 0x10}, {1, 2, 0x10}, {1, 3, 0x10}, {1, 4, 0x10}}));
         sendReport(records({{2, 1, 0x01}, {2, 2, 0}, {2, 9, 0x11}, {0, 1, 0x11}, {200, 1, 0x11}}));
         QCOMPARE(ctl_->LEDSensorArray()->size(), 9u);
@@ -243,8 +242,7 @@ class HardwareInformationViewCtlTest : public QObject {
         QCOMPARE(sent("1C"), 2);
     }
 
-    // Ten runs without a record: shown as they are, one row for area 1; later reports are
-    // judged as they come, and none reach a page that was left.
+    // Ten empty runs are shown as they are; later reports are judged, none after leaving.
     void tenRunsThenShownAsTheyAre() {
         ctl_->updateUIState();
         startTest();
@@ -360,8 +358,7 @@ class HardwareInformationViewCtlTest : public QObject {
         QVERIFY(!ctl_->saveReport(env_.home() + "/missing/dir/report"));
     }
 
-    // The interface list: entries without an address or of another family are skipped and
-    // loopback is kept; the menu drops loopback unless it is alone. The machine's pretty name.
+    // Interfaces without an IPv4 address are skipped; the menu drops loopback unless alone.
     void addressesFromTheInterfaceList() {
         sockaddr_in v4[2] = {};
         const char *dotted[] = {"127.0.0.1", "198.51.100.4"};
