@@ -1,11 +1,5 @@
-// The Calibration page driven through its real widgets and key events, with fake displays, real
-// support lists and settings files in a temporary HOME, and the commands checked byte for byte
-// at a fake daemon on a private session bus.
-#include <QAccessible>
-#include <QAccessibleActionInterface>
-#include <QMessageBox>
-#include <QPushButton>
-#include <QRadioButton>
+// The Calibration page through real widgets and keys, fake displays and a fake daemon on a bus.
+#include <QtWidgets>
 
 #include <sys/stat.h>
 
@@ -54,6 +48,7 @@ SettingsDict settings(int calibrationType, int simpleType, int rotateMode) {
 
 // Counts the key presses that reach it, leaving out the modifier keys QTest presses first.
 struct KeySink : QWidget {
+    explicit KeySink(QWidget *parent) : QWidget(parent) { setFocusPolicy(Qt::StrongFocus); }
     int presses = 0;
     void keyPressEvent(QKeyEvent *e) override { presses += e->key() < Qt::Key_Escape ? 1 : 0; }
 };
@@ -71,9 +66,6 @@ const T &row(const T (&table)[N]) {
     QFETCH(int, i);
     return table[i];
 }
-QStringList commands(const char *commas) {
-    return QString::fromLatin1(commas).split(',', Qt::SkipEmptyParts);
-}
 
 // The page as the settings file and the lists leave it (1920 wide is listed, 1024 is not).
 const struct State {
@@ -85,11 +77,9 @@ const struct State {
     int manualRow;
 } kStates[] = {
     {"simple", 317, 1920, 0, 0, true, true, 0},
-    {"manual, model 42", 42, 1920, 1, 0, false, true, 0},
     {"type 2 on 317", 317, 1920, 2, 0, false, true, 1},
     {"type 2 on model 42", 42, 1920, 2, 0, false, true, 0},
     {"RotateMode 1", 317, 1920, 0, 1, false, false, 0},
-    {"RotateMode 3", 317, 1920, 0, 3, false, false, 0},
     {"RotateMode 2", 317, 1920, 0, 2, true, true, 0},
     {"resolution not listed", 317, 1024, 0, 0, false, false, 0},
 };
@@ -98,7 +88,7 @@ const struct State {
 const struct Control {
     const char *name, *control;
     int type;
-    const char *sent;
+    QString sent;
 } kControls[] = {
     {"simple type", "calibrationMatrix__0_0", 1, "12 00 00"},
     {"manual type", "calibrationMatrix__0_1", 0, "12 01 00"},
@@ -113,14 +103,14 @@ const struct Chord {
     const char *name;
     int key, modifiers;
     bool consumed;
-    const char *sent;
+    QStringList sent;
 } kChords[] = {
-    {"C", Qt::Key_C, kCS, true, "12 01 00"},
-    {"S: 2 steps to 0", Qt::Key_S, kCS, true, "12 00 00,13 00 00"},
-    {"Control+Option+C", Qt::Key_C, Qt::ControlModifier | Qt::AltModifier, false, ""},
-    {"Control+Shift+Command+C", Qt::Key_C, kCS | Qt::MetaModifier, true, "12 01 00"},
-    {"X consumed", Qt::Key_X, kCS, true, ""},
-    {"Shift+C", Qt::Key_C, Qt::ShiftModifier, false, ""},
+    {"C", Qt::Key_C, kCS, true, {"12 01 00"}},
+    {"S: 2 steps to 0", Qt::Key_S, kCS, true, {"12 00 00", "13 00 00"}},
+    {"Control+Option+C", Qt::Key_C, Qt::ControlModifier | Qt::AltModifier, false, {}},
+    {"Control+Shift+Command+C", Qt::Key_C, kCS | Qt::MetaModifier, true, {"12 01 00"}},
+    {"X consumed", Qt::Key_X, kCS, true, {}},
+    {"Shift+C", Qt::Key_C, Qt::ShiftModifier, false, {}},
 };
 
 // A key confirmed in the hot-key window; the alert named by its text's key.
@@ -169,14 +159,10 @@ class CalibrationTest : public QObject, public test::PaneFixture {
         QVERIFY(!file || writePlistFileAtomically(*file, path()));
         window_ = std::make_unique<QWidget>();
         window_->resize(700, 560);
-        auto *page = new QWidget(window_.get());
-        page->resize(window_->size());
-        sink_ = new KeySink;
-        sink_->setParent(window_.get());
-        sink_->setFocusPolicy(Qt::StrongFocus);
+        sink_ = new KeySink(window_.get());
         auto displays = std::make_shared<FakeDisplays>();
         displays->list = std::move(list);
-        ctl_ = new CalibrationViewClt(page, displays, page);
+        ctl_ = new CalibrationViewClt(window_.get(), displays, window_.get());
         window_->show();
         QVERIFY(QTest::qWaitForWindowExposed(window_.get()));
         ctl_->updateUIState();
@@ -220,19 +206,17 @@ class CalibrationTest : public QObject, public test::PaneFixture {
                             const char *resolution, const char *shown) {
             QTest::newRow(name) << model << list << resolution << shown;
         };
-        add("matched after another", 317, {hdmi, panel}, "1920 * 1080", "matched DP-2");
-        add("two matches: the later", 317, {panel, display("DP-3", 2560, 1440, kVendor, kProduct)},
-            "2560 * 1440", "matched DP-3");
+        add("the later of two matches, after another", 317,
+            {hdmi, panel, display("DP-3", 2560, 1440, kVendor, kProduct)}, "2560 * 1440",
+            "matched DP-3");
         add("0x717 never", 317, {display("DP-4", 1600, 900, kVendor, 0x717), laptop}, "1600 * 900",
             "fallback DP-4");
         add("vendor unknown", 317, {display("DP-5", 1280, 720, kUnknown, kProduct)}, "1280 * 720",
             "matched DP-5");
-        add("external over built-in", 317, {hdmi, laptop}, "1280 * 720", "fallback HDMI-A-1");
         add("built-in only", 317, {laptop}, "1366 * 768", "fallback eDP-1");
         add("none", 317, {}, "0 * 0", "none -");
-        add("1919.6 wide", 317, {display("DP-2", 1919.6, 1080.9, kVendor, kProduct)}, "1919 * 1080",
-            "matched DP-2");
-        add("equal low 16 bits", 317 + 0x10000, {panel}, "1920 * 1080", "matched DP-2");
+        add("equal low 16 bits, 1919.6 wide", 317 + 0x10000,
+            {display("DP-2", 1919.6, 1080.9, kVendor, kProduct)}, "1919 * 1080", "matched DP-2");
         add("no early exit", 500, {display("DP-6", 1280, 720, 98, 8)}, "1280 * 720",
             "matched DP-6");
         add("no Display", 400, {display("DP-7", 1280, 720, 0, 0)}, "1280 * 720", "fallback DP-7");
@@ -297,8 +281,22 @@ class CalibrationTest : public QObject, public test::PaneFixture {
                         : QAccessibleActionInterface::pressAction());
                 QTRY_VERIFY(!button->isDown());  // a press clicks after a short delay
             }
-            expectSent(commands(c.sent));
+            expectSent({c.sent});
         }
+    }
+
+    // A stored simple setting with no row selects none; the rows stay exclusive afterwards.
+    void simpleSettingWithoutRow() {
+        makePage(317, {display("DP-2", 1920, 1080, kVendor, kProduct)}, settings(0, 1, 0));
+        QVERIFY(writePlistFileAtomically(settings(0, 7, 0), path()));
+        ctl_->updateUIState();
+        RadioMatrix *matrix = w("simpleSetting_");
+        QCOMPARE(matrix->selectedRow(), -1);
+        for (int r : {1, 0}) {
+            QTest::mouseClick(matrix->cell(r, 0), Qt::LeftButton, {}, QPoint(6, 6));
+        }
+        QVERIFY(!matrix->cell(1, 0)->isChecked());
+        expectSent({"13 01 00", "13 00 00"});
     }
 
     // Chords reach the page wherever the focus is in its window.
@@ -312,9 +310,9 @@ class CalibrationTest : public QObject, public test::PaneFixture {
         keys->setCurrentIndex(-1);
         QTest::keyClick(sink_, Qt::Key(c.key), Qt::KeyboardModifiers(c.modifiers));
         QCOMPARE(sink_->presses, c.consumed ? 0 : 1);
-        expectSent(commands(c.sent));
+        expectSent(c.sent);
         // The calibration key selects the simple-switch key in the window: kept so.
-        QCOMPARE(keys->currentText(), QString(c.sent).endsWith("12 01 00") ? "S" : "");
+        QCOMPARE(keys->currentText(), c.sent.endsWith("12 01 00") ? "S" : "");
     }
 
     // The hot-key window: the alert, what is stored and sent, whether the window closes.
@@ -322,6 +320,7 @@ class CalibrationTest : public QObject, public test::PaneFixture {
     void hotKeyWindow() {
         const auto &[name, simple, key, file, daemon, alertKey, sent] = row(kHotKeys);
         const QString alert = QString::fromLatin1(alertKey);
+        const char *button = simple ? "simpleSwitchBtn_" : "calibrationBtn_";
         makePage(317, {}, file ? std::optional(settings(0, 0, 0)) : std::nullopt);
         struct stat before {};
         ::stat(path().c_str(), &before);
@@ -331,10 +330,7 @@ class CalibrationTest : public QObject, public test::PaneFixture {
         QDialog *win = ctl_->hotKeyWindow();
         const bool changed = alert.endsWith("Changed"), stored = file && !alert.endsWith("Failure");
         whileModal(
-            [&] {
-                QTest::mouseClick(w<QPushButton>(simple ? "simpleSwitchBtn_" : "calibrationBtn_"),
-                                  Qt::LeftButton);
-            },
+            [&] { QTest::mouseClick(w<QPushButton>(button), Qt::LeftButton); },
             [&] {
                 const QRect pane = window_->geometry();
                 QCOMPARE(win->geometry().topLeft(),
@@ -344,6 +340,9 @@ class CalibrationTest : public QObject, public test::PaneFixture {
                                                                   : "HotKey.calibration.title"));
                 auto *keys = win->findChild<QComboBox *>();
                 keys->setCurrentIndex(keys->findText(key));
+                // The buttons sit under the key's menu.
+                QVERIFY(win->findChild<QPushButton *>("hotKeySet")->y() >
+                        keys->geometry().bottom());
                 QTimer::singleShot(0, this, [&] {
                     if (auto *box =
                             qobject_cast<QMessageBox *>(QApplication::activeModalWidget())) {
@@ -373,9 +372,8 @@ class CalibrationTest : public QObject, public test::PaneFixture {
         struct stat after {};
         ::stat(path().c_str(), &after);
         QCOMPARE(after.st_ino != before.st_ino, stored);  // replaced, even when unchanged
-        QCOMPARE(w<QPushButton>(simple ? "simpleSwitchBtn_" : "calibrationBtn_")->text(),
-                 file ? localizedText("HotKeyString") + now : "");
-        expectSent(commands(sent));
+        QCOMPARE(w<QPushButton>(button)->text(), file ? localizedText("HotKeyString") + now : "");
+        expectSent(*sent ? QStringList{sent} : QStringList{});
     }
 
     // A page switch that arrives while the hot-key window is open waits until it has closed.
