@@ -475,36 +475,6 @@ class SettingViewCtlTest : public QObject {
             QCOMPARE(reached, perTab[tab]);
         }
     }
-
-    // Every text the page shows comes from the string table (both tables hold every key: the
-    // shell test checks that), and every control has an accessible name.
-    void textsAndAccessibleNames() {
-        QCOMPARE(tabs()->tabText(2), QStringLiteral("Gestures"));
-        QStringList texts;
-        for (int i = 0; i < tabs()->count(); ++i) {
-            texts << tabs()->tabText(i);
-        }
-        int controls = 0;
-        for (QWidget *widget : page_->findChildren<QWidget *>()) {
-            texts << widget->accessibleName() << widget->property("text").toString();
-            auto *menu = qobject_cast<QComboBox *>(widget);
-            for (int i = 0; menu && i < menu->count(); ++i) {
-                texts << menu->itemText(i);
-            }
-            if ((widget->focusPolicy() != Qt::NoFocus || qobject_cast<TestView *>(widget)) &&
-                !widget->objectName().isEmpty() &&
-                !widget->objectName().startsWith(QLatin1String("qt_")) &&
-                !qobject_cast<QTabBar *>(widget->parentWidget())) {  // not parts Qt adds
-                ++controls;
-                QVERIFY2(!widget->accessibleName().isEmpty(), qPrintable(widget->objectName()));
-            }
-        }
-        QCOMPARE(controls, 17);  // 13 controls, the tab view and the three test areas
-        for (const QString &text : texts) {
-            QVERIFY2(!text.startsWith(QLatin1String("Properties.")), qPrintable(text));
-        }
-        QVERIFY(texts.size() > 40);
-    }
 };
 
 QTEST_MAIN(SettingViewCtlTest)
