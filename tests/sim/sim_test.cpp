@@ -1,23 +1,19 @@
 // The panel simulator as a separate process on a private session bus, with temporary HOME and
 // system Library folders: what it writes on start, how it records each setting command, its
 // console commands towards the pane, and its faults.
-#include <QFile>
-#include <QProcess>
 #include <QtTest/QtTest>
 
 #include <memory>
 #include <optional>
-#include <vector>
 
 #include "atomic_file.h"
 #include "commands.h"
 #include "daemonchannel.h"
-#include "messageport.h"
-#include "paths.h"
 #include "settings_store.h"
-#include "test_support.h"
+#include "sim_support.h"
 
 using namespace tavix;
+using test::Sim;
 
 namespace {
 
@@ -27,62 +23,7 @@ SettingsDict readDict(const std::string &path) {
     return readPlistFile(path).value_or(SettingsDict());
 }
 
-// One simulator process; stdout answers are read line by line.
-class Sim {
-  public:
-    explicit Sim(const test::TempRoots &roots) : logPath_(roots.path(QStringLiteral("sim.log"))) {}
-    ~Sim() {
-        process_.terminate();  // lets it give the port back; QProcess kills it if it hangs
-        process_.waitForFinished(5000);
-    }
-
-    // Starts and waits for "ready"; false when the process ended first.
-    bool start(const QStringList &args = {}) {
-        process_.start(QStringLiteral(TAVIX_PANEL_SIM),
-                       QStringList{QStringLiteral("--log"), logPath_} + args);
-        return process_.waitForStarted(5000) && nextLine().startsWith(QStringLiteral("ready:"));
-    }
-
-    // Sends one console line and returns its one-line answer ("ok: ..." or "error: ...").
-    QString console(const QString &line) {
-        process_.write((line + QLatin1Char('\n')).toUtf8());
-        return nextLine();
-    }
-    bool ok(const QString &line) { return console(line).startsWith(QStringLiteral("ok:")); }
-
-    QStringList logLines() const {
-        QFile log(logPath_);
-        if (!log.open(QIODevice::ReadOnly | QIODevice::Text)) {
-            return {};
-        }
-        return QString::fromLatin1(log.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
-    }
-    // The exit code once the process has ended; -1 for a crash, -2 while it still runs.
-    int exitCode() {
-        if (!QTest::qWaitFor([&] { return process_.state() == QProcess::NotRunning; }, 10000)) {
-            return -2;
-        }
-        return process_.exitStatus() == QProcess::NormalExit ? process_.exitCode() : -1;
-    }
-    QProcess &process() { return process_; }
-
-  private:
-    QString nextLine() {
-        [[maybe_unused]] const bool ready = QTest::qWaitFor(
-            [&] { return process_.canReadLine() || process_.state() == QProcess::NotRunning; },
-            10000);
-        if (!process_.canReadLine()) {
-            return QString();
-        }
-        return QString::fromUtf8(process_.readLine()).trimmed();
-    }
-
-    QString logPath_;
-    QProcess process_;
-};
-
-// Sends the command given in hex and waits for the outcome; nullopt when there is no daemon.
-// Commands follow the bus's announcements of the daemon: lets them catch up with the bus.
+// The pane's sends follow the bus's announcements of the daemon: lets them catch up.
 void catchUpWithTheBus() {
     [[maybe_unused]] const bool caughtUp = QTest::qWaitFor([] {
         return RemoteMessagePort::tracked(kDaemon).has_value() ==
@@ -90,29 +31,19 @@ void catchUpWithTheBus() {
     });
 }
 
+// Sends the command given in hex: whether it was answered in time (half a second); nullopt when
+// no daemon owns the port.
 std::optional<bool> send(const QString &hex) {
-    catchUpWithTheBus();
-    const QByteArray bytes = QByteArray::fromHex(hex.toLatin1());
-    std::optional<bool> ok;
-    if (!SendDataToRemotePort(Bytes(bytes.begin(), bytes.end()),
-                              [&](bool sent, const QByteArray &) { ok = sent; })) {
+    const auto daemon = RemoteMessagePort::lookup(kDaemon);
+    if (!daemon) {
         return std::nullopt;
     }
+    std::optional<bool> ok;
+    daemon->sendRequest(0, QByteArray::fromHex(hex.toLatin1()), 0.25, 0.25,
+                        [&](const PortReply &r) { ok = r.ok && r.reply.isEmpty(); });
     [[maybe_unused]] const bool done = QTest::qWaitFor([&] { return ok.has_value(); }, 10000);
     return ok;
 }
-
-// Stands in for the pane's command port: each message, and the state file when it came.
-struct FakePane {
-    std::vector<QByteArray> messages;
-    SettingsDict stateWhenNotified;
-    std::unique_ptr<LocalMessagePort> port = LocalMessagePort::create(
-        QStringLiteral("preferenceCommend"), [this](qint32, const QByteArray &data) {
-            messages.push_back(data);
-            stateWhenNotified = readDict(getUilitiesFilePath());
-            return QByteArray();
-        });
-};
 
 }  // namespace
 
@@ -123,11 +54,7 @@ class SimTest : public QObject {
     std::unique_ptr<test::TempRoots> roots_;
 
   private Q_SLOTS:
-    void initTestCase() {
-        setLocalizedStringLookup([](const std::string &key) {
-            return key == "PreferenceFolderName" ? std::string("TavixTouchPanel") : key;
-        });
-    }
+    void initTestCase() { test::useShippedFolderName(); }
     // Each test starts from empty folders.
     void init() { roots_ = std::make_unique<test::TempRoots>(); }
     void cleanup() { roots_.reset(); }
@@ -158,7 +85,7 @@ class SimTest : public QObject {
             QCOMPARE(installed.readAll(), source.readAll());
         }
         QCOMPARE(send(QStringLiteral("1A")), std::optional<bool>(true));
-        QCOMPARE(sim.logLines(), QStringList{QStringLiteral("1A")});
+        QCOMPARE(sim.log(), QStringList{QStringLiteral("1A")});
     }
 
     void startMergesIntoExistingFilesAndKeepsThem() {
@@ -197,74 +124,69 @@ class SimTest : public QObject {
         QCOMPARE(send(QStringLiteral("1A")), std::optional<bool>(true));
     }
 
-    // Each setting command as the pane builds it (bytes checked in the platform tests).
-    void settingCommandIsRecordedInTheModelsFile_data() {
-        QTest::addColumn<int>("model");
-        QTest::addColumn<QString>("command");
-        QTest::addColumn<QString>("key");
-        QTest::addColumn<PlistValue>("expected");
-        auto row = [](const char *hex, const char *key, PlistValue expected, int model = 317) {
-            QTest::addRow("%s (model %d)", hex, model)
-                << model << QString::fromLatin1(hex) << QString::fromLatin1(key) << expected;
+    // Each setting command as the pane builds it (bytes checked in the platform tests), sent to
+    // one simulator per model: the one entry changes, value and type; every other entry keeps
+    // what it had. Then messages that set nothing change nothing.
+    void settingCommandsAreRecordedInTheModelsFile() {
+        const struct {
+            int model;
+            const char *hex, *key;
+            PlistValue value;
+        } rows[] = {
+            {317, "01 70 11", "DoubleClickRange", 4464},
+            {317, "02 00 00 00 00 00 00 D0 3F", "DoubleClickRate", 0.25},
+            {317, "08 00 00", "TwoFingerSwipe", false},
+            {317, "09 00 00", "TwoFingerRotation", false},
+            {317, "0B 00 00", "TwoFingerPinch", false},
+            {317, "0D 00 00", "FounctionButton1", false},
+            {317, "0E 00 00", "FounctionButton2", false},
+            {317, "0F 02 00", "InputMode", 2},
+            {317, "10 00 00", "ShowResolutionNotice", false},
+            {317, "11 00 00", "EraserAreaMode", false},
+            {317, "12 01 00", "CalibrationType", 1},
+            {317, "13 02 00", "SimpleCalibrationType", 2},
+            {317, "15 03 00", "RotateMode", 3},
+            {317, "1F 00 00", "CalibrationType", 2},  // the second manual one, on 317 only
+            {317, "17 00 00", "CalibrationType", 1},  // manual calibration started
+            {259, "1F 00 00", "CalibrationType", 1},
         };
-        row("01 70 11", "DoubleClickRange", PlistValue(4464));
-        row("02 00 00 00 00 00 00 D0 3F", "DoubleClickRate", PlistValue(0.25));
-        row("08 00 00", "TwoFingerSwipe", PlistValue(false));
-        row("09 00 00", "TwoFingerRotation", PlistValue(false));
-        row("0B 00 00", "TwoFingerPinch", PlistValue(false));
-        row("0D 00 00", "FounctionButton1", PlistValue(false));
-        row("0E 00 00", "FounctionButton2", PlistValue(false));
-        row("0F 02 00", "InputMode", PlistValue(2));
-        row("10 00 00", "ShowResolutionNotice", PlistValue(false));
-        row("11 00 00", "EraserAreaMode", PlistValue(false));
-        row("12 01 00", "CalibrationType", PlistValue(1));
-        row("13 02 00", "SimpleCalibrationType", PlistValue(2));
-        row("15 03 00", "RotateMode", PlistValue(3));
-        row("17 00 00", "CalibrationType", PlistValue(1));  // manual calibration started
-        row("1F 00 00", "CalibrationType", PlistValue(2));  // the second one, on 317 only
-        row("1F 00 00", "CalibrationType", PlistValue(1), 259);
-    }
-    void settingCommandIsRecordedInTheModelsFile() {
-        QFETCH(int, model);
-        QFETCH(QString, command);
-        QFETCH(QString, key);
-        QFETCH(PlistValue, expected);
-        Sim sim(*roots_);
-        QVERIFY(sim.start({QStringLiteral("--model"), QString::number(model)}));
-        QCOMPARE(send(command), std::optional<bool>(true));
-        QCOMPARE(sim.logLines(), QStringList{command});
-        // The one entry changes, value and type; every other keeps its default.
-        SettingsDict expectedFile = settingItemsDefaults();
-        expectedFile.set(key.toStdString(), expected);
-        QVERIFY(readDict(getSettingsFilePath(model)) == expectedFile);
-    }
-
-    void otherMessagesLeaveTheSettingsAlone() {
-        Sim sim(*roots_);
-        QVERIFY(sim.start());
-        const auto before = readSmallFile(getSettingsFilePath(317), 1 << 20);
-        QVERIFY(before);
-        // Commands that set nothing; then an empty message, a range one byte short, a truncated
-        // speed, and codes nobody sends.
-        const QStringList messages = {"18 4B", "19 4A", "1B",          "1D 01",    "1E 01", "20",
-                                      "",      "01 20", "02 00 00 00", "03 01 00", "FF"};
-        auto daemon = RemoteMessagePort::lookup(kDaemon);
-        QVERIFY(daemon);
-        int answered = 0;
-        QStringList expectedLog;
-        for (const QString &hex : messages) {
-            daemon->sendRequest(0, QByteArray::fromHex(hex.toLatin1()), 1.0, 1.0,
-                                [&](const PortReply &r) { answered += r.ok && r.reply.isEmpty(); });
-            expectedLog << (hex.isEmpty() ? QStringLiteral("(empty)") : hex);
+        std::unique_ptr<Sim> sim;
+        int model = 0;
+        SettingsDict expected;
+        QStringList sent;
+        for (const auto &row : rows) {
+            if (row.model != model) {
+                model = row.model;
+                sim.reset();
+                roots_ = std::make_unique<test::TempRoots>();
+                sim = std::make_unique<Sim>(*roots_);
+                QVERIFY(sim->start({QStringLiteral("--model"), QString::number(row.model)}));
+                expected = settingItemsDefaults();
+                sent.clear();
+            }
+            sent << QString::fromLatin1(row.hex);
+            QCOMPARE(send(sent.back()), std::optional<bool>(true));
+            QCOMPARE(sim->log(), sent);
+            expected.set(row.key, row.value);
+            QVERIFY2(readDict(getSettingsFilePath(row.model)) == expected, row.hex);
         }
-        QVERIFY(QTest::qWaitFor([&] { return answered == int(messages.size()); }, 10000));
-        QCOMPARE(sim.logLines(), expectedLog);
-        QCOMPARE(readSmallFile(getSettingsFilePath(317), 1 << 20), before);
+        // Commands that set nothing; then an empty message, a range one byte short, a truncated
+        // speed, and codes nobody sends: each answered with no data and logged.
+        const auto before = readSmallFile(getSettingsFilePath(259), 1 << 20);
+        for (const char *hex : {"18 4B", "19 4A", "1B", "1D 01", "1E 01", "20", "", "01 20",
+                                "02 00 00 00", "03 01 00", "FF"}) {
+            QCOMPARE(send(QLatin1String(hex)), std::optional<bool>(true));
+            sent << (*hex ? QLatin1String(hex) : QLatin1String("(empty)"));
+        }
+        QCOMPARE(sim->log(), sent);
+        QCOMPARE(readSmallFile(getSettingsFilePath(259), 1 << 20), before);
     }
 
     void selfTestIsAnsweredWithTheHardwareType() {
         const std::pair<QStringList, int> cases[] = {
-            {{}, 317}, {{"--model", "259"}, 259}, {{"--hardware-type", "-7"}, -7}};
+            {{}, 317},
+            {{"--model", "259", "--dip-byte", "0xFF"}, 259},  // the highest byte is a DIP byte too
+            {{"--hardware-type", "-7"}, -7}};
         for (const auto &[args, type] : cases) {
             Sim sim(*roots_);
             QVERIFY(sim.start(args));
@@ -273,7 +195,7 @@ class SimTest : public QObject {
             QVERIFY(sendStartSelfTest([&](std::optional<std::int32_t> t) { got = t; }));
             QVERIFY(QTest::qWaitFor([&] { return got.has_value(); }, 5000));
             QCOMPARE(*got, std::optional<std::int32_t>(type));
-            QCOMPARE(sim.logLines(), QStringList{QStringLiteral("1C")});
+            QCOMPARE(sim.log(), QStringList{QStringLiteral("1C")});
         }
     }
 
@@ -287,8 +209,10 @@ class SimTest : public QObject {
         QVERIFY2(
             absent.startsWith(QStringLiteral("ok:")) && absent.contains(QStringLiteral("absent")),
             qPrintable(absent));
-        FakePane pane;
+        test::Recorder pane(kPreferencePortName);
         QVERIFY(pane.port);
+        SettingsDict stateWhenNotified;
+        pane.onMessage = [&] { stateWhenNotified = readDict(getUilitiesFilePath()); };
         const struct {
             const char *line, *paneCode, *stateKey;
             PlistValue stateValue;
@@ -305,14 +229,14 @@ class SimTest : public QObject {
             {"refresh", "", "RefreshCalibrationType", true},
             {"verbose on", "", "VerboseLog", true},
         };
-        size_t notified = 0;
+        qsizetype notified = 0;
         for (const auto &step : steps) {
             const QString answer = sim.console(QString::fromLatin1(step.line));
             QVERIFY2(answer.startsWith(QStringLiteral("ok:")), qPrintable(answer));
             if (*step.paneCode) {
                 ++notified;
                 QVERIFY(QTest::qWaitFor([&] { return pane.messages.size() >= notified; }, 5000));
-                QCOMPARE(test::hexBytes(pane.messages.back()), QString::fromLatin1(step.paneCode));
+                QCOMPARE(pane.messages.back(), QString::fromLatin1(step.paneCode));
             }
             if (*step.stateKey) {
                 const SettingsDict state = readDict(getUilitiesFilePath());
@@ -320,7 +244,7 @@ class SimTest : public QObject {
                 QVERIFY2(value && *value == step.stateValue, step.line);
                 if (*step.paneCode) {
                     // The file says so before the pane is told.
-                    const PlistValue *seen = pane.stateWhenNotified.find(step.stateKey);
+                    const PlistValue *seen = stateWhenNotified.find(step.stateKey);
                     QVERIFY2(seen && *seen == step.stateValue, step.line);
                 }
             }
@@ -332,10 +256,11 @@ class SimTest : public QObject {
             QVERIFY2(sim.console(QString::fromLatin1(line)).startsWith(QStringLiteral("error:")),
                      line);
         }
-        QTest::qWait(50);
-        QCOMPARE(pane.messages.size(), notified);  // nothing else reached the pane
         QCOMPARE(readSmallFile(getUilitiesFilePath(), 1 << 20), before);
-        QVERIFY(sim.ok(QStringLiteral("status")));  // still serving
+        // Still serving, and nothing reached the pane before this line's message.
+        QVERIFY(sim.ok(QStringLiteral("page 2")));
+        QTRY_COMPARE(pane.messages.size(), notified + 1);
+        QCOMPARE(pane.messages.back(), QStringLiteral("02"));
     }
 
     // Steps: a console line, "TERM" for the signal, or a range command ("+" answered, "-"
@@ -353,7 +278,7 @@ class SimTest : public QObject {
         // Unanswered, yet received and applied.
         row("never reply", "--never-reply", "-", 1, -1);
         row("noreply at run time", "", "noreply on, -, noreply off, +", 2, -1);
-        row("reply delay", "--reply-delay 200", "+, delay 2600, -, delay 0, +", 3, -1);
+        row("reply delay", "--reply-delay 100", "+, delay 1000, -, delay 0, +", 3, -1);
         // The command it vanishes on is not applied, and the port is gone.
         row("vanish on 2", "--vanish-on 2", "+, -", 1, 3);
         row("vanish at run time", "", "+, vanish 1, -", 1, 3);
@@ -382,7 +307,7 @@ class SimTest : public QObject {
                 QVERIFY2(sim.ok(step), qPrintable(step));
             }
         }
-        QCOMPARE(sim.logLines(), sent);
+        QCOMPARE(sim.log(), sent);
         QCOMPARE(readDict(getSettingsFilePath(317)).intValue("DoubleClickRange"), range);
         if (exitCode >= 0) {
             QCOMPARE(sim.exitCode(), exitCode);

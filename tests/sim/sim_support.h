@@ -1,0 +1,92 @@
+// Shared by the bus tests around the panel simulator: the folder name the tools use, one
+// simulator process, and a port that records what reaches it.
+#pragma once
+
+#include <QFile>
+#include <QProcess>
+#include <QtTest/QtTest>
+
+#include <functional>
+#include <memory>
+
+#include "messageport.h"
+#include "paths.h"
+#include "test_support.h"
+
+namespace tavix::test {
+
+// The per-user folder name the tools take when they have no string table.
+inline void useShippedFolderName() {
+    setLocalizedStringLookup([](const std::string &key) {
+        return key == "PreferenceFolderName" ? std::string("TavixTouchPanel") : key;
+    });
+}
+
+// One simulator process: console answers are read line by line; its log lists each command.
+class Sim {
+  public:
+    explicit Sim(const TempRoots &roots) : log_(roots.path(QStringLiteral("sim.log"))) {}
+    ~Sim() {
+        process_.terminate();  // lets it give the port back; QProcess kills it if it hangs
+        process_.waitForFinished(5000);
+    }
+
+    // Starts and waits for "ready"; false when the process ended first.
+    bool start(const QStringList &args = {}) {
+        process_.start(
+            QStringLiteral(TAVIX_PANEL_SIM),
+            QStringList{QStringLiteral("--quiet"), QStringLiteral("--log"), log_} + args);
+        return process_.waitForStarted(5000) && nextLine().startsWith(QStringLiteral("ready:"));
+    }
+    // Sends one console line and returns its one-line answer ("ok: ..." or "error: ...").
+    QString console(const QString &line) {
+        process_.write((line + QLatin1Char('\n')).toUtf8());
+        return nextLine();
+    }
+    bool ok(const QString &line) { return console(line).startsWith(QStringLiteral("ok:")); }
+    QStringList log() const {
+        QFile file(log_);
+        if (!file.open(QIODevice::ReadOnly)) {
+            return {};
+        }
+        return QString::fromLatin1(file.readAll()).split(u'\n', Qt::SkipEmptyParts);
+    }
+    // The exit code once the process has ended; -1 for a crash, -2 while it still runs.
+    int exitCode() {
+        if (!QTest::qWaitFor([&] { return process_.state() == QProcess::NotRunning; }, 10000)) {
+            return -2;
+        }
+        return process_.exitStatus() == QProcess::NormalExit ? process_.exitCode() : -1;
+    }
+    QProcess &process() { return process_; }
+
+  private:
+    QString nextLine() {
+        [[maybe_unused]] const bool ready = QTest::qWaitFor(
+            [&] { return process_.canReadLine() || process_.state() == QProcess::NotRunning; },
+            10000);
+        return process_.canReadLine() ? QString::fromUtf8(process_.readLine()).trimmed()
+                                      : QString();
+    }
+
+    QString log_;
+    QProcess process_;
+};
+
+// A port that records each message in hex, answers with no data and then runs onMessage.
+struct Recorder {
+    QStringList messages;
+    std::function<void()> onMessage;
+    std::unique_ptr<LocalMessagePort> port;
+    explicit Recorder(const char *name)
+        : port(LocalMessagePort::create(QString::fromLatin1(name),
+                                        [this](qint32, const QByteArray &data) {
+                                            messages << hexBytes(data);
+                                            if (onMessage) {
+                                                onMessage();
+                                            }
+                                            return QByteArray();
+                                        })) {}
+};
+
+}  // namespace tavix::test
