@@ -1,23 +1,18 @@
 // tavix-panelctl run as a process on a private session bus, against the panel simulator or a
 // stand-in daemon in this process that answers with hardware reports.
-#include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QProcess>
 #include <QtTest/QtTest>
-
-#include <memory>
 
 #include "commands.h"
 #include "daemonchannel.h"
 #include "hardware_reports.h"
-#include "messageport.h"
-#include "paths.h"
 #include "settings_store.h"
-#include "test_support.h"
+#include "sim_support.h"
 
 using namespace tavix;
+using test::Sim;
 
 namespace {
 
@@ -41,33 +36,6 @@ Outcome runTool(const QString &line) {
             QString::fromUtf8(tool.readAllStandardError())};
 }
 
-class Sim {
-  public:
-    explicit Sim(const test::TempRoots &roots) : log_(roots.path(QStringLiteral("sim.log"))) {}
-    ~Sim() {
-        process_.terminate();
-        process_.waitForFinished(5000);
-    }
-    bool start(const QStringList &args = {}) {
-        process_.start(
-            QStringLiteral(TAVIX_PANEL_SIM),
-            QStringList{QStringLiteral("--quiet"), QStringLiteral("--log"), log_} + args);
-        return QTest::qWaitFor([&] { return process_.canReadLine(); }, 10000) &&
-               process_.readLine().startsWith("ready:");
-    }
-    QStringList log() const {
-        QFile file(log_);
-        if (!file.open(QIODevice::ReadOnly)) {
-            return {};
-        }
-        return QString::fromLatin1(file.readAll()).split(u'\n', Qt::SkipEmptyParts);
-    }
-
-  private:
-    QString log_;
-    QProcess process_;
-};
-
 // The daemon's part for the hardware queries: answers each command and then sends the report
 // the test gives for it on "HardwareInfoFromDaemon".
 struct ReportingDaemon {
@@ -83,7 +51,7 @@ struct ReportingDaemon {
                 code == COMMAND_START_SELF_TEST && calls[code] > 1 && !laterRuns.empty()
                     ? laterRuns
                     : reports[code];
-            QTimer::singleShot(20, [toSend] {
+            QTimer::singleShot(0, [toSend] {
                 auto target = RemoteMessagePort::lookup(QString::fromLatin1(kHardwareInfoPortName));
                 for (const QByteArray &report : toSend) {
                     if (target) {
@@ -113,11 +81,7 @@ class PanelCtlTest : public QObject {
     std::unique_ptr<test::TempRoots> roots_;
 
   private Q_SLOTS:
-    void initTestCase() {
-        setLocalizedStringLookup([](const std::string &key) {
-            return key == "PreferenceFolderName" ? std::string("TavixTouchPanel") : key;
-        });
-    }
+    void initTestCase() { test::useShippedFolderName(); }
     void init() { roots_ = std::make_unique<test::TempRoots>(); }
     void cleanup() { roots_.reset(); }
 
@@ -287,12 +251,12 @@ class PanelCtlTest : public QObject {
             QByteArray::fromHex("01"
                                 "01010000100000")};
         daemon.calls.clear();
-        const Outcome repeated = runTool(QStringLiteral("selftest --json"));
+        const Outcome repeated = runTool(QStringLiteral("selftest --json --timeout 100"));
         QVERIFY(repeated.out.contains("\"missingAreas\":2") && repeated.out.contains("Bottom"));
         QCOMPARE(daemon.calls[COMMAND_START_SELF_TEST], 10);
         // Too short for its layout: ignored, so no report comes in time.
         daemon.reports[COMMAND_GET_DIP_SW] = {QByteArray::fromHex("00")};
-        QCOMPARE(runTool(QStringLiteral("dip --timeout 300")).exit, 4);
+        QCOMPARE(runTool(QStringLiteral("dip --timeout 100")).exit, 4);
         // The settings window's Hardware information page holds the report port.
         auto window =
             LocalMessagePort::create(QString::fromLatin1(kHardwareInfoPortName),
@@ -346,14 +310,9 @@ class PanelCtlTest : public QObject {
         writeState(317);
         QCOMPARE(runTool(QStringLiteral("page hardware")).exit, 0);
         QCOMPARE(readPlistFile(getUilitiesFilePath())->intValue("currentPageIndex"), 2);
-        QByteArrayList received;
-        auto pane = LocalMessagePort::create(QString::fromLatin1(kPreferencePortName),
-                                             [&](qint32, const QByteArray &data) {
-                                                 received << data;
-                                                 return QByteArray();
-                                             });
+        test::Recorder pane(kPreferencePortName);
         QCOMPARE(runTool(QStringLiteral("page 3")).exit, 0);
-        QCOMPARE(received, QByteArrayList{QByteArray(1, '\x03')});
+        QCOMPARE(pane.messages, QStringList{QStringLiteral("03")});
         QCOMPARE(readPlistFile(getUilitiesFilePath())->intValue("currentPageIndex"), 2);
     }
 
