@@ -22,6 +22,7 @@ inline void useShippedFolderName() {
     });
 }
 
+#ifdef TAVIX_PANEL_SIM
 // One simulator process: console answers are read line by line; its log lists each command.
 class Sim {
   public:
@@ -72,6 +73,7 @@ class Sim {
     QString log_;
     QProcess process_;
 };
+#endif
 
 // A port that records each message in hex, answers with no data and then runs onMessage.
 struct Recorder {

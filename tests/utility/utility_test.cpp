@@ -2,38 +2,20 @@
 // a stand-in daemon and settings window that record what reaches them.
 #include <QAccessible>
 #include <QAction>
-#include <QFile>
 #include <QMenu>
-#include <QProcess>
 #include <QSystemTrayIcon>
 #include <QtTest/QtTest>
 
-#include <memory>
-
 #include "commands.h"
 #include "daemonchannel.h"
-#include "messageport.h"
-#include "paths.h"
 #include "settings_store.h"
+#include "sim_support.h"
 #include "statusbarutility.h"
-#include "test_support.h"
 
 using namespace tavix;
 using State = StatusBarUtility::PanelState;
 
 namespace {
-
-// A port that records each message in hex.
-struct Recorder {
-    QStringList messages;
-    std::unique_ptr<LocalMessagePort> port;
-    explicit Recorder(const char *name)
-        : port(LocalMessagePort::create(QString::fromLatin1(name),
-                                        [this](qint32, const QByteArray &data) {
-                                            messages << test::hexBytes(data);
-                                            return QByteArray();
-                                        })) {}
-};
 
 void writeState(int model, bool driver, bool showMenu = true) {
     SettingsDict state = utilitiesDefaults();
@@ -67,14 +49,12 @@ class UtilityTest : public QObject {
     int launches_ = 0;
     std::unique_ptr<StatusBarUtility> make() {
         return std::make_unique<StatusBarUtility>(StatusBarUtility::Options{
-            std::chrono::milliseconds(500), [this] { return ++launches_, true; }});
+            std::chrono::milliseconds(20), [this] { return ++launches_, true; }});
     }
 
   private Q_SLOTS:
     void initTestCase() {
-        setLocalizedStringLookup([](const std::string &key) {
-            return key == "PreferenceFolderName" ? std::string("TavixTouchPanel") : key;
-        });
+        test::useShippedFolderName();
         installUtilityTranslations(QLocale(QLocale::English));
     }
     void init() {
@@ -85,7 +65,7 @@ class UtilityTest : public QObject {
     }
     void cleanup() { roots_.reset(); }
 
-    // Changes of the shared state file show within a second (the poll runs every 500 ms).
+    // Changes of the shared state file show at the next poll.
     void iconAndToolTipFollowTheStateFile() {
         writeState(0, true);
         auto u = make();
@@ -128,7 +108,8 @@ class UtilityTest : public QObject {
         SettingsDict settings = settingItemsDefaults();
         settings.set("CalibrationType", PlistValue(2));
         QVERIFY(writePlistFileAtomically(settings, getSettingsFilePath(317)));
-        Recorder daemon(kDaemonPortName);
+        test::Recorder daemon(kDaemonPortName);
+        const QString marker = test::hexBytes(QByteArray(1, char(COMMAND_GET_DIP_SW)));
         auto u = make();
         QCOMPARE(u->start(), StatusBarUtility::StartResult::Started);
         const struct {
@@ -154,7 +135,10 @@ class UtilityTest : public QObject {
             Q_EMIT u->menu()->aboutToShow();
             daemon.messages.clear();
             press(*u, row.action);
-            QTest::qWait(100);
+            // A command sent after the press arrives after anything the press sent.
+            QVERIFY(SendDataToRemotePort(makeCommand(COMMAND_GET_DIP_SW)));
+            QTRY_COMPARE(daemon.messages.size() > 0 ? daemon.messages.back() : QString(), marker);
+            daemon.messages.removeLast();
             QCOMPARE(daemon.messages.join(u'|'), QLatin1String(row.bytes));
         }
     }
@@ -166,7 +150,7 @@ class UtilityTest : public QObject {
         press(*u, "page2");
         QCOMPARE(readPlistFile(getUilitiesFilePath())->intValue("currentPageIndex"), 2);
         QCOMPARE(launches_, 1);
-        Recorder window(kPreferencePortName);
+        test::Recorder window(kPreferencePortName);
         press(*u, "page3");
         QVERIFY(QTest::qWaitFor([&] { return !window.messages.isEmpty(); }, 5000));
         QCOMPARE(window.messages, QStringList{QStringLiteral("03")});
@@ -174,12 +158,17 @@ class UtilityTest : public QObject {
         QCOMPARE(readPlistFile(getUilitiesFilePath())->intValue("currentPageIndex"), 2);
     }
 
-    // The program itself: switched off, a second copy, and the quit request.
+    // The program itself: its help, switched off, a second copy, and the quit request.
     void programRefusesAndQuitsAsAsked() {
-        const auto runUtility = [](QProcess &p) {
-            p.start(QStringLiteral(TAVIX_UTILITY), QStringList());
+        const auto runUtility = [](QProcess &p, const QStringList &args = {}) {
+            p.start(QStringLiteral(TAVIX_UTILITY), args);
             return p.waitForStarted(5000);
         };
+        QProcess help;
+        QVERIFY(runUtility(help, {QStringLiteral("--help")}));
+        QVERIFY(help.waitForFinished(5000));
+        QCOMPARE(help.exitCode(), 0);
+        QVERIFY(help.readAllStandardOutput().contains("quits it through the port \"TTSB\""));
         writeState(317, true, false);
         QProcess off;
         QVERIFY(runUtility(off));
@@ -200,23 +189,22 @@ class UtilityTest : public QObject {
         QVERIFY(second.waitForFinished(5000));
         QCOMPARE(second.exitCode(), 1);
         QVERIFY(second.readAllStandardError().contains("another copy is already running"));
-        // Only the exact request quits it; each message is answered with no data.
+        // Only the exact request (the last row) quits it; each message is answered with no data,
+        // so a quit too early leaves the next message unanswered.
         const std::pair<qint32, QByteArray> rows[] = {{0, "SBQT"},
                                                       {kStatusBarQuitMsgId, "SBQ"},
                                                       {kStatusBarQuitMsgId, "SBQTX"},
                                                       {kStatusBarQuitMsgId, ""},
-                                                      {kStatusBarQuitMsgId, "SBQT"}};
+                                                      {kStatusBarQuitMsgId, kStatusBarQuitData}};
         for (const auto &[msgid, data] : rows) {
             std::optional<PortReply> reply;
-            RemoteMessagePort::lookup(QString::fromLatin1(kStatusBarPortName))
-                ->sendRequest(msgid, data, 1.0, 1.0, [&](const PortReply &r) { reply = r; });
+            const auto port = RemoteMessagePort::lookup(QString::fromLatin1(kStatusBarPortName));
+            QVERIFY2(port, data.constData());
+            port->sendRequest(msgid, data, 1.0, 1.0, [&](const PortReply &r) { reply = r; });
             QVERIFY(QTest::qWaitFor([&] { return reply.has_value(); }, 5000));
             QVERIFY(reply->ok && reply->reply.isEmpty());
-            const bool quits = data == kStatusBarQuitData && msgid == kStatusBarQuitMsgId;
-            QCOMPARE(QTest::qWaitFor([&] { return first.state() == QProcess::NotRunning; },
-                                     quits ? 5000 : 100),
-                     quits);
         }
+        QTRY_COMPARE_WITH_TIMEOUT(first.state(), QProcess::NotRunning, 5000);
         QCOMPARE(first.exitStatus(), QProcess::NormalExit);
         QCOMPARE(first.exitCode(), 0);
     }
