@@ -85,97 +85,82 @@ class PanelCtlTest : public QObject {
     void init() { roots_ = std::make_unique<test::TempRoots>(); }
     void cleanup() { roots_.reset(); }
 
-    // Each command line, the bytes the daemon receives (none for a refused command), the exit
-    // status, and a piece of the error line naming what is valid.
-    void commandsSendTheirBytesOrNothing() {
+    // Each command line against the simulator: the bytes the daemon receives (none for a
+    // refused command), the exit status, the output (for a refusal: a piece of the error line
+    // naming what is valid), and the entry that changes in the model's file; nothing else does.
+    void commandsSendTheirBytesAndTheDriverRecordsThem() {
         Sim sim(*roots_);
         QVERIFY(sim.start());
         const struct {
             const char *line;
             int exit;
-            const char *bytes;
-            const char *error;
+            const char *bytes, *text, *key;
+            PlistValue value;
         } rows[] = {
-            {"set range 8", 0, "01 08 00", ""},
-            {"set range 128", 0, "01 80 00", ""},
-            {"set speed 0.5", 0, "02 00 00 00 00 00 00 E0 3F", ""},
-            {"set swipe off", 0, "08 00 00", ""},
-            {"set two-finger-rotation on", 0, "09 01 00", ""},
-            {"set pinch off", 0, "0B 00 00", ""},
-            {"set button1 off", 0, "0D 00 00", ""},
-            {"set button2 on", 0, "0E 01 00", ""},
-            {"set input-mode pen", 0, "0F 02 00", ""},
-            {"set resolution-notice off", 0, "10 00 00", ""},
-            {"set eraser-area on", 0, "11 01 00", ""},
-            {"set calibration-type manual", 0, "12 01 00", ""},
-            {"set simple-setting 2", 0, "13 02 00", ""},
-            {"set rotation 270", 0, "15 03 00", ""},
-            {"calibrate start", 0, "17 00 00", ""},
-            {"calibrate start --second", 0, "1F 00 00", ""},
-            {"hotkey calibration k", 0, "18 4B", ""},
-            {"hotkey simple 7", 0, "19 37", ""},
-            {"set range 7", 2, "", "from 8 to 128"},
-            {"set range 4x", 2, "", "from 8 to 128"},
-            {"set speed 0.29", 2, "", "0.30 to 1.00"},
-            {"set swipe yes", 2, "", "on, off"},
-            {"set rotation 45", 2, "", "0, 90, 180, 270"},
-            {"set volume 3", 2, "", "valid names: range, speed"},
-            {"set range", 2, "", "set takes NAME VALUE"},
-            {"calibrate stop", 2, "", "calibrate takes"},
-            {"hotkey calibration 7", 2, "", "already the simple hot key"},
-            {"hotkey calibration ab", 2, "", "one ASCII letter or digit"},
-            {"hotkey calibration \xc3\xa9", 2, "", "one ASCII letter or digit"},
-            {"hotkey pen A", 2, "", "valid: calibration, simple"},
-            {"page 4", 2, "", "valid: 0, 1, 2, 3, calibration"},
-            {"set --range 40", 2, "", "unknown option --range"},
-            {"reboot", 2, "", "commands: status, get, set"},
-            {"", 2, "", "missing command"},
-            {"status now", 2, "", "takes no arguments"},
-            {"set range 40 --second", 2, "", "--second belongs to"},
-            {"dip --timeout 0", 2, "", "--timeout takes"},
+            {"set range 8", 0, "01 08 00", "", "DoubleClickRange", 8},
+            {"set range 128", 0, "01 80 00", "", "DoubleClickRange", 128},
+            {"set speed 0.75", 0, "02 00 00 00 00 00 00 E8 3F", "", "DoubleClickRate", 0.75},
+            {"set swipe off", 0, "08 00 00", "", "TwoFingerSwipe", false},
+            {"set two-finger-rotation off", 0, "09 00 00", "", "TwoFingerRotation", false},
+            {"set pinch off", 0, "0B 00 00", "", "TwoFingerPinch", false},
+            {"set button1 off", 0, "0D 00 00", "", "FounctionButton1", false},
+            {"set button2 off", 0, "0E 00 00", "", "FounctionButton2", false},
+            {"set button2 on", 0, "0E 01 00", "", "FounctionButton2", true},
+            {"set input-mode pen", 0, "0F 02 00", "", "InputMode", 2},
+            {"set resolution-notice off", 0, "10 00 00", "", "ShowResolutionNotice", false},
+            {"set eraser-area off", 0, "11 00 00", "", "EraserAreaMode", false},
+            {"set calibration-type manual", 0, "12 01 00", "", "CalibrationType", 1},
+            {"set simple-setting 2", 0, "13 02 00", "", "SimpleCalibrationType", 2},
+            {"set rotation 270", 0, "15 03 00", "", "RotateMode", 3},
+            {"calibrate start --second", 0, "1F 00 00", "", "CalibrationType", 2},  // on 317 only
+            {"calibrate start", 0, "17 00 00", "", "CalibrationType", 1},
+            // The tool stores the hot keys as the Calibration page does.
+            {"hotkey calibration k", 0, "18 4B", "", "CalibrationHotKey", std::string("K")},
+            {"hotkey simple 7", 0, "19 37", "", "SimpleHotKey", std::string("7")},
+            {"get range", 0, "", "128\n", "", {}},
+            {"get rotation", 0, "", "270\n", "", {}},
+            {"get input-mode", 0, "", "pen\n", "", {}},
+            {"get swipe", 0, "", "off\n", "", {}},
+            {"get simple-hotkey", 0, "", "7\n", "", {}},
+            {"get speed --json", 0, "", "{\"speed\":0.75}\n", "", {}},
+            {"set range 7", 2, "", "from 8 to 128", "", {}},
+            {"set range 4x", 2, "", "from 8 to 128", "", {}},
+            {"set speed 0.29", 2, "", "0.30 to 1.00", "", {}},
+            {"set swipe yes", 2, "", "on, off", "", {}},
+            {"set rotation 45", 2, "", "0, 90, 180, 270", "", {}},
+            {"set volume 3", 2, "", "valid names: range, speed", "", {}},
+            {"set range", 2, "", "set takes NAME VALUE", "", {}},
+            {"calibrate stop", 2, "", "calibrate takes", "", {}},
+            {"hotkey calibration 7", 2, "", "already the simple hot key", "", {}},
+            {"hotkey calibration ab", 2, "", "one ASCII letter or digit", "", {}},
+            {"hotkey calibration \xc3\xa9", 2, "", "one ASCII letter or digit", "", {}},
+            {"hotkey pen A", 2, "", "unknown hot key \"pen\"; valid: calibration, simple", "", {}},
+            {"get volume", 2, "", "unknown setting \"volume\"", "", {}},
+            {"page 4", 2, "", "valid: 0, 1, 2, 3, calibration", "", {}},
+            {"set --range 40", 2, "", "unknown option --range", "", {}},
+            {"reboot", 2, "", "commands: status, get, set", "", {}},
+            {"", 2, "", "missing command", "", {}},
+            {"status now", 2, "", "takes no arguments", "", {}},
+            {"set range 40 --second", 2, "", "--second belongs to", "", {}},
+            {"dip --timeout 0", 2, "", "--timeout takes", "", {}},
         };
+        SettingsDict expected = settingItemsDefaults();
         for (const auto &row : rows) {
             const qsizetype before = sim.log().size();
             const Outcome o = runTool(QString::fromUtf8(row.line));
-            QVERIFY2(o.exit == row.exit, qPrintable(QStringLiteral("%1: exit %2, %3")
-                                                        .arg(QLatin1String(row.line))
-                                                        .arg(o.exit)
-                                                        .arg(o.err)));
+            const QString text = QString::fromUtf8(row.text);
+            QVERIFY2(o.exit == row.exit && (row.exit == 0 ? o.out == text : o.err.contains(text)),
+                     qPrintable(QStringLiteral("%1: exit %2, %3%4")
+                                    .arg(QLatin1String(row.line))
+                                    .arg(o.exit)
+                                    .arg(o.out, o.err)));
             QCOMPARE(sim.log().mid(before).join(u'|'), QString::fromLatin1(row.bytes));
-            QVERIFY2(o.err.contains(QString::fromUtf8(row.error)), qPrintable(o.err));
             QCOMPARE(o.err.count(u'\n'), row.exit == 0 ? 0 : 1);
+            if (*row.key) {
+                expected.set(row.key, row.value);
+            }
+            QVERIFY2(readPlistFile(getSettingsFilePath(317)) == expected, row.line);
         }
-        // The accepted hot keys were stored as the Calibration page stores them.
-        const SettingsDict settings = *readPlistFile(getSettingsFilePath(317));
-        QCOMPARE(settings.stringValue("CalibrationHotKey"), std::string("K"));
-        QCOMPARE(settings.stringValue("SimpleHotKey"), std::string("7"));
-    }
-
-    // What the driver side records comes back through get and status, as text and JSON.
-    void readingsShowWhatTheDriverRecorded() {
-        Sim sim(*roots_);
-        QVERIFY(sim.start());
-        for (const char *line :
-             {"set range 64", "set rotation 90", "set input-mode handwrite", "set swipe off"}) {
-            QCOMPARE(runTool(QLatin1String(line)).exit, 0);
-        }
-        const struct {
-            const char *line;
-            const char *expected;
-        } rows[] = {
-            {"get range", "64\n"},
-            {"get rotation", "90\n"},
-            {"get input-mode", "handwrite\n"},
-            {"get swipe", "off\n"},
-            {"get simple-hotkey", "S\n"},
-            {"get speed --json", "{\"speed\":0.5}\n"},
-        };
-        for (const auto &row : rows) {
-            const Outcome o = runTool(QLatin1String(row.line));
-            QCOMPARE(o.exit, 0);
-            QCOMPARE(o.out, QLatin1String(row.expected));
-        }
-
         const Outcome status = runTool(QStringLiteral("status"));
         QVERIFY(status.out.startsWith(
             QStringLiteral("model: 317 (Tavix TX-317)\ndaemon: running\ndriver: enabled\npage: 0 "
@@ -183,7 +168,7 @@ class PanelCtlTest : public QObject {
         const QJsonObject json =
             QJsonDocument::fromJson(runTool(QStringLiteral("status --json")).out.toUtf8()).object();
         QCOMPARE(json[QStringLiteral("modelName")].toString(), QStringLiteral("Tavix TX-317"));
-        QCOMPARE(json[QStringLiteral("settings")][QStringLiteral("RotateMode")].toInt(), 1);
+        QCOMPARE(json[QStringLiteral("settings")][QStringLiteral("RotateMode")].toInt(), 3);
     }
 
     void daemonAbsentOrSilent() {
