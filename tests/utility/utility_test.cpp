@@ -103,7 +103,7 @@ class UtilityTest : public QObject {
     }
 
     // The calibration actions send what the Calibration page sends, and only with a panel.
-    void calibrationActionsSendThePagesBytes() {
+    void menuActionsSendThePagesBytesOrOpenThePage() {
         writeState(317, true);
         SettingsDict settings = settingItemsDefaults();
         settings.set("CalibrationType", PlistValue(2));
@@ -141,54 +141,36 @@ class UtilityTest : public QObject {
             daemon.messages.removeLast();
             QCOMPARE(daemon.messages.join(u'|'), QLatin1String(row.bytes));
         }
-    }
-
-    void pagesGoToTheRunningWindowOrStartIt() {
-        writeState(317, true);
-        auto u = make();
-        QCOMPARE(u->start(), StatusBarUtility::StartResult::Started);
+        // A page goes to the running window, or to the state file for the window it starts.
         press(*u, "page2");
         QCOMPARE(readPlistFile(getUilitiesFilePath())->intValue("currentPageIndex"), 2);
         QCOMPARE(launches_, 1);
         test::Recorder window(kPreferencePortName);
         press(*u, "page3");
-        QVERIFY(QTest::qWaitFor([&] { return !window.messages.isEmpty(); }, 5000));
-        QCOMPARE(window.messages, QStringList{QStringLiteral("03")});
+        QTRY_COMPARE(window.messages, QStringList{QStringLiteral("03")});
         QCOMPARE(launches_, 1);
         QCOMPARE(readPlistFile(getUilitiesFilePath())->intValue("currentPageIndex"), 2);
     }
 
     // The program itself: its help, switched off, a second copy, and the quit request.
     void programRefusesAndQuitsAsAsked() {
-        const auto runUtility = [](QProcess &p, const QStringList &args = {}) {
+        const auto run = [](const QStringList &args, int exit, const char *text) {
+            QProcess p;
+            p.setProcessChannelMode(QProcess::MergedChannels);
             p.start(QStringLiteral(TAVIX_UTILITY), args);
-            return p.waitForStarted(5000);
+            QVERIFY(p.waitForFinished(5000));
+            QCOMPARE(p.exitCode(), exit);
+            QVERIFY2(p.readAll().contains(text), text);
         };
-        QProcess help;
-        QVERIFY(runUtility(help, {QStringLiteral("--help")}));
-        QVERIFY(help.waitForFinished(5000));
-        QCOMPARE(help.exitCode(), 0);
-        QVERIFY(help.readAllStandardOutput().contains("quits it through the port \"TTSB\""));
         writeState(317, true, false);
-        QProcess off;
-        QVERIFY(runUtility(off));
-        QVERIFY(off.waitForFinished(5000));
-        QCOMPARE(off.exitCode(), 0);
-        QVERIFY(off.readAllStandardError().contains("\"isShowStatuMenu\" is false"));
-
+        run({}, 0, "\"isShowStatuMenu\" is false");
         writeState(317, true, true);
-        QProcess first, second;
-        QVERIFY(runUtility(first));
-        QVERIFY(QTest::qWaitFor(
-            [] {
-                return RemoteMessagePort::lookup(QString::fromLatin1(kStatusBarPortName))
-                    .has_value();
-            },
-            5000));
-        QVERIFY(runUtility(second));
-        QVERIFY(second.waitForFinished(5000));
-        QCOMPARE(second.exitCode(), 1);
-        QVERIFY(second.readAllStandardError().contains("another copy is already running"));
+        QProcess first;
+        first.start(QStringLiteral(TAVIX_UTILITY), QStringList());
+        QTRY_VERIFY_WITH_TIMEOUT(
+            RemoteMessagePort::lookup(QString::fromLatin1(kStatusBarPortName)).has_value(), 5000);
+        run({QStringLiteral("--help")}, 0, "quits it through the port \"TTSB\"");
+        run({}, 1, "another copy is already running");
         // Only the exact request (the last row) quits it; each message is answered with no data,
         // so a quit too early leaves the next message unanswered.
         const std::pair<qint32, QByteArray> rows[] = {{0, "SBQT"},
