@@ -32,11 +32,12 @@ class Sim {
         process_.waitForFinished(5000);
     }
 
-    // Starts and waits for "ready"; false when the process ended first.
-    bool start(const QStringList &args = {}) {
-        process_.start(
-            QStringLiteral(TAVIX_PANEL_SIM),
-            QStringList{QStringLiteral("--quiet"), QStringLiteral("--log"), log_} + args);
+    // Starts with the space-separated arguments and waits for "ready"; false when the process
+    // ended first.
+    bool start(const char *args = "") {
+        process_.start(QStringLiteral(TAVIX_PANEL_SIM),
+                       QStringList{QStringLiteral("--quiet"), QStringLiteral("--log"), log_} +
+                           QString::fromLatin1(args).split(u' ', Qt::SkipEmptyParts));
         return process_.waitForStarted(5000) && nextLine().startsWith(QStringLiteral("ready:"));
     }
     // Sends one console line and returns its one-line answer ("ok: ..." or "error: ...").

@@ -75,7 +75,7 @@ class SimTest : public QObject {
         Sim sim(*roots_);
         QVERIFY(sim.start());
         Sim second(*roots_);
-        QVERIFY(!second.start({QStringLiteral("--model"), QStringLiteral("259")}));
+        QVERIFY(!second.start("--model 259"));
         QCOMPARE(second.exitCode(), 1);
         QVERIFY(!pathExists(getSettingsFilePath(259)));
         const SettingsDict state = readDict(getUilitiesFilePath());
@@ -121,8 +121,7 @@ class SimTest : public QObject {
 
         Sim sim(*roots_);
         // The highest byte is a DIP switch byte too.
-        QVERIFY(sim.start({QStringLiteral("--model"), QStringLiteral("259"),
-                           QStringLiteral("--dip-byte"), QStringLiteral("0xFF")}));
+        QVERIFY(sim.start("--model 259 --dip-byte 0xFF"));
         QCOMPARE(selfTestType(), std::optional<std::int32_t>(259));
         const SettingsDict after = readDict(getUilitiesFilePath());
         QCOMPARE(after.intValue("currentPageIndex"), 2);
@@ -144,7 +143,7 @@ class SimTest : public QObject {
         QVERIFY(QFile(blocker).open(QIODevice::WriteOnly));
         qputenv("TAVIX_SYSTEM_LIBRARY", (blocker + QStringLiteral("/Library")).toLocal8Bit());
         Sim sim(*roots_);
-        QVERIFY(sim.start({QStringLiteral("--hardware-type"), QStringLiteral("-7")}));
+        QVERIFY(sim.start("--hardware-type -7"));
         QVERIFY(!pathExists(getSupportDeviceListFilePath()));
         QCOMPARE(readDict(getUilitiesFilePath()).intValue("currentDeviceType"), 317);
         QCOMPARE(selfTestType(), std::optional<std::int32_t>(-7));
@@ -238,7 +237,7 @@ class SimTest : public QObject {
             qInfo("%s: %s", row.args, row.steps);
             roots_ = std::make_unique<test::TempRoots>();
             Sim sim(*roots_);
-            QVERIFY(sim.start(QString::fromLatin1(row.args).split(u' ', Qt::SkipEmptyParts)));
+            QVERIFY(sim.start(row.args));
             QStringList sent;
             for (const QString &step : QString::fromLatin1(row.steps).split(QStringLiteral(", "))) {
                 if (step == QLatin1String("+") || step == QLatin1String("-")) {

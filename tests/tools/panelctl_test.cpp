@@ -206,7 +206,7 @@ class PanelCtlTest : public QObject {
                                 "Settings_317.plist DoubleClickRange: 32 -> 99\n"));
 
         Sim sim(*roots_);
-        QVERIFY(sim.start({QStringLiteral("--never-reply")}));
+        QVERIFY(sim.start("--never-reply"));
         const Outcome silent = runTool(QStringLiteral("set range 40"));
         QCOMPARE(silent.exit, 4);
         QVERIFY(silent.err.contains(QStringLiteral("no reply")));
@@ -216,19 +216,15 @@ class PanelCtlTest : public QObject {
         writeState(259);
         ReportingDaemon daemon;
         QVERIFY(daemon.port);
-        daemon.reports[COMMAND_GET_DIP_SW] = {QByteArray::fromHex("00f7")};
-        daemon.reports[COMMAND_GET_CHECKSUM_AND_VERSION] = {
-            QByteArray::fromHex("00"),  // another report type is passed over
-            QByteArray::fromHex("063412002301ff")};
-        // Two reports make one run; the last record's point is beyond the area's 90 points.
-        daemon.reports[COMMAND_START_SELF_TEST] = {QByteArray::fromHex("01"
-                                                                       "01010000000000"
-                                                                       "01020000100000"
-                                                                       "02010000010000"),
-                                                   QByteArray::fromHex("01"
-                                                                       "03010000110000"
-                                                                       "04010000000000"
-                                                                       "045b0000110000")};
+        const auto hex = [](const char *h) { return QByteArray::fromHex(h); };
+        daemon.reports[COMMAND_GET_DIP_SW] = {hex("00f7")};
+        // Another report type first: passed over.
+        daemon.reports[COMMAND_GET_CHECKSUM_AND_VERSION] = {hex("00"), hex("063412002301ff")};
+        // Two reports of records (area, point, LED, sensor) make one run; the last record's
+        // point is beyond the area's 90 points.
+        daemon.reports[COMMAND_START_SELF_TEST] = {
+            hex("01 01010000000000 01020000100000 02010000010000"),
+            hex("01 03010000110000 04010000000000 045b0000110000")};
         const struct {
             const char *line;
             const char *expected;
@@ -253,15 +249,13 @@ class PanelCtlTest : public QObject {
         }
         // A run that misses areas is repeated; only the last run's records count.
         daemon.laterRuns = {daemon.reports[COMMAND_START_SELF_TEST][0]};
-        daemon.reports[COMMAND_START_SELF_TEST] = {
-            QByteArray::fromHex("01"
-                                "01010000100000")};
+        daemon.reports[COMMAND_START_SELF_TEST] = {hex("01 01010000100000")};
         daemon.calls.clear();
         const Outcome repeated = runTool(QStringLiteral("selftest --json --timeout 100"));
         QVERIFY(repeated.out.contains("\"missingAreas\":2") && repeated.out.contains("Bottom"));
         QCOMPARE(daemon.calls[COMMAND_START_SELF_TEST], 10);
         // Too short for its layout: ignored, so no report comes in time.
-        daemon.reports[COMMAND_GET_DIP_SW] = {QByteArray::fromHex("00")};
+        daemon.reports[COMMAND_GET_DIP_SW] = {hex("00")};
         QCOMPARE(runTool(QStringLiteral("dip --timeout 100")).exit, 4);
         // The settings window's Hardware information page holds the report port.
         auto window =
@@ -276,9 +270,7 @@ class PanelCtlTest : public QObject {
     // cannot be written are refused.
     void reportIsSavedFromThePanel() {
         Sim sim(*roots_);
-        QVERIFY(sim.start({QStringLiteral("--dip-byte"), QStringLiteral("0xF7"),
-                           QStringLiteral("--firmware"), QStringLiteral("341200230141"),
-                           QStringLiteral("--faulty-led"), QStringLiteral("1:2")}));
+        QVERIFY(sim.start("--dip-byte 0xF7 --firmware 341200230141 --faulty-led 1:2"));
         const QString json = roots_->path(QStringLiteral("report.json"));
         const QString html = roots_->path(QStringLiteral("report.html"));
         const struct {
