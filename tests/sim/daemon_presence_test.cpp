@@ -56,7 +56,7 @@ class DaemonPresenceTest : public QObject {
         monitor.waitForFinished(5000);
 
         // Stopped, it cannot answer before it is killed.
-        const auto pid = static_cast<pid_t>(sim.process().processId());
+        const auto pid = static_cast<pid_t>(sim.process.processId());
         ::kill(pid, SIGSTOP);
         int failed = 0;
         for (int i = 0; i < 50; ++i) {

@@ -1,14 +1,14 @@
-// Shared by the bus tests around the panel simulator: the folder name the tools use, one
-// simulator process, and a port that records what reaches it.
+// Shared by the bus tests around the panel simulator: the tools' folder name, a simulator
+// process, and a port that records what reaches it.
 #pragma once
 
-#include <QFile>
 #include <QProcess>
 #include <QtTest/QtTest>
 
 #include <functional>
 #include <memory>
 
+#include "atomic_file.h"
 #include "messageport.h"
 #include "paths.h"
 #include "test_support.h"
@@ -28,51 +28,45 @@ class Sim {
   public:
     explicit Sim(const TempRoots &roots) : log_(roots.path(QStringLiteral("sim.log"))) {}
     ~Sim() {
-        process_.terminate();  // lets it give the port back; QProcess kills it if it hangs
-        process_.waitForFinished(5000);
+        process.terminate();  // lets it give the port back; QProcess kills it if it hangs
+        process.waitForFinished(5000);
     }
 
     // Starts with the space-separated arguments and waits for "ready"; false when the process
     // ended first.
     bool start(const char *args = "") {
-        process_.start(QStringLiteral(TAVIX_PANEL_SIM),
-                       QStringList{QStringLiteral("--quiet"), QStringLiteral("--log"), log_} +
-                           QString::fromLatin1(args).split(u' ', Qt::SkipEmptyParts));
-        return process_.waitForStarted(5000) && nextLine().startsWith(QStringLiteral("ready:"));
+        process.start(QStringLiteral(TAVIX_PANEL_SIM),
+                      QStringList{QStringLiteral("--quiet"), QStringLiteral("--log"), log_} +
+                          QString::fromLatin1(args).split(u' ', Qt::SkipEmptyParts));
+        return process.waitForStarted(5000) && nextLine().startsWith(QStringLiteral("ready:"));
     }
     // Sends one console line and returns its one-line answer ("ok: ..." or "error: ...").
     QString console(const QString &line) {
-        process_.write((line + QLatin1Char('\n')).toUtf8());
+        process.write((line + QLatin1Char('\n')).toUtf8());
         return nextLine();
     }
-    bool ok(const QString &line) { return console(line).startsWith(QStringLiteral("ok:")); }
     QStringList log() const {
-        QFile file(log_);
-        if (!file.open(QIODevice::ReadOnly)) {
-            return {};
-        }
-        return QString::fromLatin1(file.readAll()).split(u'\n', Qt::SkipEmptyParts);
+        return QString::fromStdString(readSmallFile(log_.toStdString(), 1 << 20).value_or(""))
+            .split(u'\n', Qt::SkipEmptyParts);
     }
     // The exit code once the process has ended; -1 for a crash, -2 while it still runs.
     int exitCode() {
-        if (!QTest::qWaitFor([&] { return process_.state() == QProcess::NotRunning; }, 10000)) {
+        if (!QTest::qWaitFor([&] { return process.state() == QProcess::NotRunning; }, 10000)) {
             return -2;
         }
-        return process_.exitStatus() == QProcess::NormalExit ? process_.exitCode() : -1;
+        return process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
     }
-    QProcess &process() { return process_; }
+    QProcess process;
 
   private:
     QString nextLine() {
         [[maybe_unused]] const bool ready = QTest::qWaitFor(
-            [&] { return process_.canReadLine() || process_.state() == QProcess::NotRunning; },
+            [&] { return process.canReadLine() || process.state() == QProcess::NotRunning; },
             10000);
-        return process_.canReadLine() ? QString::fromUtf8(process_.readLine()).trimmed()
-                                      : QString();
+        return process.canReadLine() ? QString::fromUtf8(process.readLine()).trimmed() : QString();
     }
 
     QString log_;
-    QProcess process_;
 };
 #endif
 
