@@ -27,9 +27,7 @@ Outcome runTool(const QString &line) {
     QProcess tool;
     tool.start(QStringLiteral(TAVIX_PANELCTL), line.split(u' ', Qt::SkipEmptyParts));
     if (!QTest::qWaitFor([&] { return tool.state() == QProcess::NotRunning; }, 15000)) {
-        tool.kill();
-        tool.waitForFinished();
-        return {};
+        return {};  // QProcess kills it
     }
     return {tool.exitStatus() == QProcess::NormalExit ? tool.exitCode() : -1,
             QString::fromUtf8(tool.readAllStandardOutput()),
@@ -293,10 +291,8 @@ class PanelCtlTest : public QObject {
             report.value("selfTest").toObject().value("failedPoints").toArray();
         QCOMPARE(failed.size(), 1);
         QCOMPARE(failed.first().toObject().value("point").toInt(), 2);
-        QFile page(html);
-        QVERIFY(page.open(QIODevice::ReadOnly));
-        const QByteArray pageText = page.readAll();
-        QVERIFY(pageText.contains("<html") && pageText.contains("1234"));
+        const std::string page = readSmallFile(html.toStdString(), 1 << 20).value_or("");
+        QVERIFY(page.find("<html") != std::string::npos && page.find("1234") != std::string::npos);
     }
 };
 
