@@ -1,5 +1,5 @@
-// The status-bar utility in this process (and once as its own program) on a private bus, with
-// a stand-in daemon and settings window that record what reaches them.
+// The status-bar utility in this process (and once as its program) on a private bus, with a
+// stand-in daemon and settings window that record what reaches them.
 #include <QAccessible>
 #include <QAction>
 #include <QMenu>
@@ -53,10 +53,7 @@ class UtilityTest : public QObject {
     }
 
   private Q_SLOTS:
-    void initTestCase() {
-        test::useShippedFolderName();
-        installUtilityTranslations(QLocale(QLocale::English));
-    }
+    void initTestCase() { test::useShippedFolderName(); }
     void init() {
         roots_ = std::make_unique<test::TempRoots>();
         launches_ = 0;
@@ -98,7 +95,6 @@ class UtilityTest : public QObject {
             }
             pictures[row.state] = now;
         }
-        installUtilityTranslations(QLocale(QLocale::English));
     }
 
     // The calibration actions send what the Calibration page sends, and only with a panel.
@@ -107,6 +103,7 @@ class UtilityTest : public QObject {
         SettingsDict settings = settingItemsDefaults();
         settings.set("CalibrationType", PlistValue(2));
         QVERIFY(writePlistFileAtomically(settings, getSettingsFilePath(317)));
+        QVERIFY(writePlistFileAtomically(settings, getSettingsFilePath(259)));
         test::Recorder daemon(kDaemonPortName);
         const QString marker = test::hexBytes(QByteArray(1, char(COMMAND_GET_DIP_SW)));
         auto u = make();
@@ -117,19 +114,12 @@ class UtilityTest : public QObject {
             const char *bytes;
         } rows[] = {
             {317, "startCalibration", "1F 00 00"},  // the second manual calibration is stored
-            {317, "simpleCalibration", "12 00 00"},
-            {317, "manualCalibration", "12 01 00"},
-            {317, "simpleSetting0", "13 00 00"},
-            {317, "simpleSetting2", "13 02 00"},
-            {259, "startCalibration", "17 00 00"},
-            {0, "manualCalibration", ""},
-            {0, "startCalibration", ""},
+            {317, "simpleCalibration", "12 00 00"}, {317, "manualCalibration", "12 01 00"},
+            {317, "simpleSetting0", "13 00 00"},    {317, "simpleSetting2", "13 02 00"},
+            {259, "startCalibration", "17 00 00"},  {0, "startCalibration", ""},
         };
         for (const auto &row : rows) {
             writeState(row.model, true);
-            if (row.model != 0 && !pathExists(getSettingsFilePath(row.model))) {
-                QVERIFY(writePlistFileAtomically(settings, getSettingsFilePath(row.model)));
-            }
             QVERIFY(QTest::qWaitFor([&] { return u->modelType() == row.model; }, 1000));
             Q_EMIT u->menu()->aboutToShow();
             daemon.messages.clear();
