@@ -81,7 +81,7 @@ class PanelCtlTest : public QObject {
     // simulator receives, and the one entry that changes in the model's file.
     void commandsSendTheirBytesAndTheDriverRecordsThem() {
         Sim sim(*roots_);
-        QVERIFY(sim.start());
+        QVERIFY(sim.start("--dip-byte 0xF7 --firmware 341200230141 --faulty-led 1:2"));
         const struct {
             const char *line;
             int exit;
@@ -133,6 +133,15 @@ class PanelCtlTest : public QObject {
             {"status now", 2, "", "takes no arguments", "", {}},
             {"set range 40 --second", 2, "", "--second belongs to", "", {}},
             {"dip --timeout 0", 2, "", "--timeout takes", "", {}},
+            {"report x.json", 2, "", "report takes --json FILE or --html FILE", "", {}},
+            {"report --json --html x.json", 2, "", "report takes --json FILE", "", {}},
+            {"report --json", 2, "", "report takes --json FILE", "", {}},
+            {"report --json /nonexistent/r.json",
+             1,
+             "1A|1B|1C",
+             "cannot write /nonexistent",
+             "",
+             {}},
         };
         SettingsDict expected = settingItemsDefaults();
         for (const auto &row : rows) {
@@ -155,10 +164,27 @@ class PanelCtlTest : public QObject {
         QVERIFY(status.out.startsWith(
             QStringLiteral("model: 317 (Tavix TX-317)\ndaemon: running\ndriver: enabled\npage: 0 "
                            "(Calibration)\n")));
-        const QJsonObject json =
+        const QJsonObject shown =
             QJsonDocument::fromJson(runTool(QStringLiteral("status --json")).out.toUtf8()).object();
-        QCOMPARE(json[QStringLiteral("modelName")].toString(), QStringLiteral("Tavix TX-317"));
-        QCOMPARE(json[QStringLiteral("settings")][QStringLiteral("RotateMode")].toInt(), 3);
+        QCOMPARE(shown["modelName"].toString(), QStringLiteral("Tavix TX-317"));
+        QCOMPARE(shown["settings"]["RotateMode"].toInt(), 3);
+        // The saved report holds what the simulated panel answered.
+        const QString json = roots_->path(QStringLiteral("report.json"));
+        const QString html = roots_->path(QStringLiteral("report.html"));
+        QCOMPARE(runTool(QStringLiteral("report --json ") + json).exit, 0);
+        QCOMPARE(runTool(QStringLiteral("report --html ") + html).exit, 0);
+        QFile file(json);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        const QJsonObject report = QJsonDocument::fromJson(file.readAll()).object();
+        QCOMPARE(report["modelType"].toInt(), 317);
+        QCOMPARE(report["dipSwitches"][0].toInt(), 1);
+        QCOMPARE(report["checksum"].toString(), QStringLiteral("1234"));
+        // Loopback at least is always up, so the address list is never empty.
+        QVERIFY(!report["addresses"].toArray().isEmpty());
+        QCOMPARE(report["selfTest"]["failedPoints"].toArray().size(), 1);
+        QCOMPARE(report["selfTest"]["failedPoints"][0]["point"].toInt(), 2);
+        const std::string page = readSmallFile(html.toStdString(), 1 << 20).value_or("");
+        QVERIFY(page.find("<html") != std::string::npos && page.find("1234") != std::string::npos);
     }
 
     // Without a daemon, commands that need it are refused and change nothing, while page and
@@ -256,38 +282,6 @@ class PanelCtlTest : public QObject {
         const Outcome held = runTool(QStringLiteral("firmware"));
         QCOMPARE(held.exit, 1);
         QVERIFY(held.err.contains(QStringLiteral("settings window holds the port")));
-    }
-
-    // The saved report holds what the simulated panel answered; bad arguments and a file that
-    // cannot be written are refused.
-    void reportIsSavedFromThePanel() {
-        Sim sim(*roots_);
-        QVERIFY(sim.start("--dip-byte 0xF7 --firmware 341200230141 --faulty-led 1:2"));
-        const QString json = roots_->path(QStringLiteral("report.json"));
-        const QString html = roots_->path(QStringLiteral("report.html"));
-        const std::pair<QString, int> rows[] = {
-            {QStringLiteral("report --json ") + json, 0},
-            {QStringLiteral("report --html ") + html, 0},
-            {QStringLiteral("report ") + json, 2},
-            {QStringLiteral("report --json --html ") + json, 2},
-            {QStringLiteral("report --json"), 2},
-            {QStringLiteral("report --json /nonexistent/folder/report.json"), 1},
-        };
-        for (const auto &[line, exit] : rows) {
-            QCOMPARE(runTool(line).exit, exit);
-        }
-        QFile file(json);
-        QVERIFY(file.open(QIODevice::ReadOnly));
-        const QJsonObject report = QJsonDocument::fromJson(file.readAll()).object();
-        QCOMPARE(report["modelType"].toInt(), 317);
-        QCOMPARE(report["dipSwitches"][0].toInt(), 1);
-        QCOMPARE(report["checksum"].toString(), QStringLiteral("1234"));
-        // Loopback at least is always up, so the address list is never empty.
-        QVERIFY(!report["addresses"].toArray().isEmpty());
-        QCOMPARE(report["selfTest"]["failedPoints"].toArray().size(), 1);
-        QCOMPARE(report["selfTest"]["failedPoints"][0]["point"].toInt(), 2);
-        const std::string page = readSmallFile(html.toStdString(), 1 << 20).value_or("");
-        QVERIFY(page.find("<html") != std::string::npos && page.find("1234") != std::string::npos);
     }
 };
 
