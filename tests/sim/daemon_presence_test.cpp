@@ -1,6 +1,5 @@
-// The command channel against a simulator process that comes, hangs and dies: the daemon's
-// presence follows the bus's announcements without a lookup per command, and a daemon killed
-// mid-request leaves every requester told of the failure.
+// The command channel against a simulator that comes, hangs and dies: presence follows the bus
+// without a lookup per command; a daemon killed mid-request fails every pending request.
 #include <QtTest/QtTest>
 
 #include <signal.h>

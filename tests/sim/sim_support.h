@@ -1,5 +1,4 @@
-// Shared by the bus tests around the panel simulator: the tools' folder name, a simulator
-// process, and a port that records what reaches it.
+// For the bus tests around the panel simulator: its process, and a port that records messages.
 #pragma once
 
 #include <QProcess>
@@ -32,8 +31,7 @@ class Sim {
         process.waitForFinished(5000);
     }
 
-    // Starts with the space-separated arguments and waits for "ready"; false when the process
-    // ended first.
+    // Starts with the space-separated arguments; false unless it says "ready".
     bool start(const char *args = "") {
         process.start(QStringLiteral(TAVIX_PANEL_SIM),
                       QStringList{QStringLiteral("--quiet"), QStringLiteral("--log"), log_} +

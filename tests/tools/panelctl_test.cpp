@@ -1,5 +1,4 @@
-// tavix-panelctl run as a process on a private session bus, against the panel simulator or a
-// stand-in daemon in this process that answers with hardware reports.
+// tavix-panelctl on a private bus, against the panel simulator or a stand-in reporting daemon.
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -240,10 +239,7 @@ class PanelCtlTest : public QObject {
         daemon.reports[COMMAND_START_SELF_TEST] = {
             hex("01 01010000000000 01020000100000 02010000010000"),
             hex("01 03010000110000 04010000000000 045b0000110000")};
-        const struct {
-            const char *line;
-            const char *expected;
-        } rows[] = {
+        const std::pair<const char *, const char *> rows[] = {
             {"dip", "DIP switches 1-8: 1 0 0 0 0 0 0 0\n"},
             {"dip --json", "{\"dipSwitches\":[1,0,0,0,0,0,0,0]}\n"},
             {"firmware", "firmware version: 1.23\nchecksum: 1234 (OK)\n"},
@@ -257,10 +253,10 @@ class PanelCtlTest : public QObject {
              "  fault: Bottom point 1: sensor\n"
              "  fault: Left point 1: LED sensor\n"},
         };
-        for (const auto &row : rows) {
-            const Outcome o = runTool(QLatin1String(row.line));
+        for (const auto &[line, expected] : rows) {
+            const Outcome o = runTool(QLatin1String(line));
             QVERIFY2(o.exit == 0, qPrintable(o.err));
-            QCOMPARE(o.out, QLatin1String(row.expected));
+            QCOMPARE(o.out, QLatin1String(expected));
         }
         // A run that misses areas is repeated, ten runs in all; each starts from no records.
         daemon.reports[COMMAND_START_SELF_TEST] = {hex("01 01010000000000 02010000010000")};
