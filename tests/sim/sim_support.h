@@ -71,15 +71,13 @@ class Sim {
 // A port that records each message in hex, answers with no data and then runs onMessage.
 struct Recorder {
     QStringList messages;
-    std::function<void()> onMessage;
+    std::function<void()> onMessage = [] {};
     std::unique_ptr<LocalMessagePort> port;
     explicit Recorder(const char *name)
         : port(LocalMessagePort::create(QString::fromLatin1(name),
                                         [this](qint32, const QByteArray &data) {
                                             messages << hexBytes(data);
-                                            if (onMessage) {
-                                                onMessage();
-                                            }
+                                            onMessage();
                                             return QByteArray();
                                         })) {}
 };
