@@ -1,118 +1,40 @@
-// The panel simulator as a separate process on a private session bus, with temporary HOME and
-// system Library folders: what it writes on start, how it records each setting command, its
-// console commands towards the pane, and its faults.
-#include <QFile>
-#include <QProcess>
+// The panel simulator as a process on a private bus with temporary folders: the files it
+// writes on start, its console commands towards the pane, and its faults.
 #include <QtTest/QtTest>
 
 #include <memory>
 #include <optional>
-#include <vector>
 
 #include "atomic_file.h"
 #include "commands.h"
 #include "daemonchannel.h"
-#include "messageport.h"
-#include "paths.h"
 #include "settings_store.h"
-#include "test_support.h"
+#include "sim_support.h"
 
 using namespace tavix;
+using test::Sim;
 
 namespace {
-
-const QString kDaemon = QString::fromLatin1(kDaemonPortName);
 
 SettingsDict readDict(const std::string &path) {
     return readPlistFile(path).value_or(SettingsDict());
 }
 
-// One simulator process; stdout answers are read line by line.
-class Sim {
-  public:
-    explicit Sim(const test::TempRoots &roots) : logPath_(roots.path(QStringLiteral("sim.log"))) {}
-    ~Sim() {
-        process_.terminate();  // lets it give the port back; QProcess kills it if it hangs
-        process_.waitForFinished(5000);
+// Sends the command given in hex: the reply in hex when answered within half a second,
+// "unanswered", or "absent" when no daemon owns the port.
+QString send(const QString &hex) {
+    const auto daemon = RemoteMessagePort::lookup(QString::fromLatin1(kDaemonPortName));
+    if (!daemon) {
+        return QStringLiteral("absent");
     }
-
-    // Starts and waits for "ready"; false when the process ended first.
-    bool start(const QStringList &args = {}) {
-        process_.start(QStringLiteral(TAVIX_PANEL_SIM),
-                       QStringList{QStringLiteral("--log"), logPath_} + args);
-        return process_.waitForStarted(5000) && nextLine().startsWith(QStringLiteral("ready:"));
-    }
-
-    // Sends one console line and returns its one-line answer ("ok: ..." or "error: ...").
-    QString console(const QString &line) {
-        process_.write((line + QLatin1Char('\n')).toUtf8());
-        return nextLine();
-    }
-    bool ok(const QString &line) { return console(line).startsWith(QStringLiteral("ok:")); }
-
-    QStringList logLines() const {
-        QFile log(logPath_);
-        if (!log.open(QIODevice::ReadOnly | QIODevice::Text)) {
-            return {};
-        }
-        return QString::fromLatin1(log.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
-    }
-    // The exit code once the process has ended; -1 for a crash, -2 while it still runs.
-    int exitCode() {
-        if (!QTest::qWaitFor([&] { return process_.state() == QProcess::NotRunning; }, 10000)) {
-            return -2;
-        }
-        return process_.exitStatus() == QProcess::NormalExit ? process_.exitCode() : -1;
-    }
-    QProcess &process() { return process_; }
-
-  private:
-    QString nextLine() {
-        [[maybe_unused]] const bool ready = QTest::qWaitFor(
-            [&] { return process_.canReadLine() || process_.state() == QProcess::NotRunning; },
-            10000);
-        if (!process_.canReadLine()) {
-            return QString();
-        }
-        return QString::fromUtf8(process_.readLine()).trimmed();
-    }
-
-    QString logPath_;
-    QProcess process_;
-};
-
-// Sends the command given in hex and waits for the outcome; nullopt when there is no daemon.
-// Commands follow the bus's announcements of the daemon: lets them catch up with the bus.
-void catchUpWithTheBus() {
-    [[maybe_unused]] const bool caughtUp = QTest::qWaitFor([] {
-        return RemoteMessagePort::tracked(kDaemon).has_value() ==
-               RemoteMessagePort::lookup(kDaemon).has_value();
-    });
+    std::optional<QString> reply;
+    daemon->sendRequest(0, QByteArray::fromHex(hex.toLatin1()), 0.25, 0.25,
+                        [&](const PortReply &r) {
+                            reply = r.ok ? test::hexBytes(r.reply) : QStringLiteral("unanswered");
+                        });
+    [[maybe_unused]] const bool done = QTest::qWaitFor([&] { return reply.has_value(); }, 10000);
+    return reply.value_or(QString());
 }
-
-std::optional<bool> send(const QString &hex) {
-    catchUpWithTheBus();
-    const QByteArray bytes = QByteArray::fromHex(hex.toLatin1());
-    std::optional<bool> ok;
-    if (!SendDataToRemotePort(Bytes(bytes.begin(), bytes.end()),
-                              [&](bool sent, const QByteArray &) { ok = sent; })) {
-        return std::nullopt;
-    }
-    [[maybe_unused]] const bool done = QTest::qWaitFor([&] { return ok.has_value(); }, 10000);
-    return ok;
-}
-
-// Stands in for the pane's command port: each message, and the state file when it came.
-struct FakePane {
-    std::vector<QByteArray> messages;
-    SettingsDict stateWhenNotified;
-    std::unique_ptr<LocalMessagePort> port = LocalMessagePort::create(
-        QStringLiteral("preferenceCommend"), [this](qint32, const QByteArray &data) {
-            messages.push_back(data);
-            stateWhenNotified = readDict(getUilitiesFilePath());
-            return QByteArray();
-        });
-};
 
 }  // namespace
 
@@ -123,12 +45,7 @@ class SimTest : public QObject {
     std::unique_ptr<test::TempRoots> roots_;
 
   private Q_SLOTS:
-    void initTestCase() {
-        setLocalizedStringLookup([](const std::string &key) {
-            return key == "PreferenceFolderName" ? std::string("TavixTouchPanel") : key;
-        });
-    }
-    // Each test starts from empty folders.
+    void initTestCase() { test::useShippedFolderName(); }
     void init() { roots_ = std::make_unique<test::TempRoots>(); }
     void cleanup() { roots_.reset(); }
 
@@ -137,7 +54,7 @@ class SimTest : public QObject {
         Sim sim(*roots_);
         QVERIFY(sim.start());
         Sim second(*roots_);
-        QVERIFY(!second.start({QStringLiteral("--model"), QStringLiteral("259")}));
+        QVERIFY(!second.start("--model 259"));
         QCOMPARE(second.exitCode(), 1);
         QVERIFY(!pathExists(getSettingsFilePath(259)));
         const SettingsDict state = readDict(getUilitiesFilePath());
@@ -146,19 +63,23 @@ class SimTest : public QObject {
         // A missing state file gets the pane's defaults around the two keys.
         QVERIFY(state.boolValue("isShowStatuMenu"));
         QCOMPARE(state.size(), size_t{5});
-        QCOMPARE(readDict(getSettingsFilePath(317)), settingItemsDefaults());
         // The sample lists are installed byte for byte.
         for (const auto &[name, target] :
              {std::pair{"DeviceList.plist", getSupportDeviceListFilePath()},
               std::pair{"SupportResolutionList.plist", getSupportResolutionListFilePath()}}) {
-            QFile source(QStringLiteral(TAVIX_DATA_DIR "/") + QLatin1String(name));
-            QFile installed(QString::fromStdString(target));
-            QVERIFY(source.open(QIODevice::ReadOnly));
-            QVERIFY2(installed.open(QIODevice::ReadOnly), name);
-            QCOMPARE(installed.readAll(), source.readAll());
+            const auto installed = readSmallFile(target, 1 << 20);
+            QVERIFY2(installed, name);
+            QCOMPARE(installed, readSmallFile(std::string(TAVIX_DATA_DIR "/") + name, 1 << 20));
         }
-        QCOMPARE(send(QStringLiteral("1A")), std::optional<bool>(true));
-        QCOMPARE(sim.logLines(), QStringList{QStringLiteral("1A")});
+        // A hot key, queries, an empty and a malformed message: answered with no data, logged.
+        QStringList sent;
+        for (const char *hex : {"18 4B", "1A", "1D 01", "20", "", "01 20"}) {
+            QCOMPARE(send(QLatin1String(hex)), QString());
+            sent << (*hex ? QLatin1String(hex) : QLatin1String("(empty)"));
+        }
+        QCOMPARE(send(QStringLiteral("1C")), QStringLiteral("3D 01 00 00"));
+        QCOMPARE(sim.log(), sent << QStringLiteral("1C"));
+        QCOMPARE(readDict(getSettingsFilePath(317)), settingItemsDefaults());
     }
 
     void startMergesIntoExistingFilesAndKeepsThem() {
@@ -174,12 +95,18 @@ class SimTest : public QObject {
         QVERIFY(writeFileAtomically(getSupportDeviceListFilePath(), ownList));
 
         Sim sim(*roots_);
-        QVERIFY(sim.start({QStringLiteral("--model"), QStringLiteral("259")}));
+        // The highest byte is a DIP switch byte too.
+        QVERIFY(sim.start("--model 259 --dip-byte 0xFF"));
+        QCOMPARE(send(QStringLiteral("1C")), QStringLiteral("03 01 00 00"));
         const SettingsDict after = readDict(getUilitiesFilePath());
         QCOMPARE(after.intValue("currentPageIndex"), 2);
         QCOMPARE(after.intValue("currentDeviceType"), 259);
         QVERIFY(after.boolValue("DriverEnable"));
         QCOMPARE(after.size(), size_t{3});  // an existing file is not completed with defaults
+        QCOMPARE(readDict(getSettingsFilePath(259)), settings);
+        // The second manual calibration is recorded as the first on this model.
+        QCOMPARE(send(QStringLiteral("1F 00 00")), QString());
+        settings.set("CalibrationType", PlistValue(1));
         QCOMPARE(readDict(getSettingsFilePath(259)), settings);
         QCOMPARE(readSmallFile(getSupportDeviceListFilePath(), 4096).value_or(""), ownList);
         QVERIFY(pathExists(getSupportResolutionListFilePath()));
@@ -191,90 +118,10 @@ class SimTest : public QObject {
         QVERIFY(QFile(blocker).open(QIODevice::WriteOnly));
         qputenv("TAVIX_SYSTEM_LIBRARY", (blocker + QStringLiteral("/Library")).toLocal8Bit());
         Sim sim(*roots_);
-        QVERIFY(sim.start());
+        QVERIFY(sim.start("--hardware-type -7"));
         QVERIFY(!pathExists(getSupportDeviceListFilePath()));
         QCOMPARE(readDict(getUilitiesFilePath()).intValue("currentDeviceType"), 317);
-        QCOMPARE(send(QStringLiteral("1A")), std::optional<bool>(true));
-    }
-
-    // Each setting command as the pane builds it (bytes checked in the platform tests).
-    void settingCommandIsRecordedInTheModelsFile_data() {
-        QTest::addColumn<int>("model");
-        QTest::addColumn<QString>("command");
-        QTest::addColumn<QString>("key");
-        QTest::addColumn<PlistValue>("expected");
-        auto row = [](const char *hex, const char *key, PlistValue expected, int model = 317) {
-            QTest::addRow("%s (model %d)", hex, model)
-                << model << QString::fromLatin1(hex) << QString::fromLatin1(key) << expected;
-        };
-        row("01 70 11", "DoubleClickRange", PlistValue(4464));
-        row("02 00 00 00 00 00 00 D0 3F", "DoubleClickRate", PlistValue(0.25));
-        row("08 00 00", "TwoFingerSwipe", PlistValue(false));
-        row("09 00 00", "TwoFingerRotation", PlistValue(false));
-        row("0B 00 00", "TwoFingerPinch", PlistValue(false));
-        row("0D 00 00", "FounctionButton1", PlistValue(false));
-        row("0E 00 00", "FounctionButton2", PlistValue(false));
-        row("0F 02 00", "InputMode", PlistValue(2));
-        row("10 00 00", "ShowResolutionNotice", PlistValue(false));
-        row("11 00 00", "EraserAreaMode", PlistValue(false));
-        row("12 01 00", "CalibrationType", PlistValue(1));
-        row("13 02 00", "SimpleCalibrationType", PlistValue(2));
-        row("15 03 00", "RotateMode", PlistValue(3));
-        row("17 00 00", "CalibrationType", PlistValue(1));  // manual calibration started
-        row("1F 00 00", "CalibrationType", PlistValue(2));  // the second one, on 317 only
-        row("1F 00 00", "CalibrationType", PlistValue(1), 259);
-    }
-    void settingCommandIsRecordedInTheModelsFile() {
-        QFETCH(int, model);
-        QFETCH(QString, command);
-        QFETCH(QString, key);
-        QFETCH(PlistValue, expected);
-        Sim sim(*roots_);
-        QVERIFY(sim.start({QStringLiteral("--model"), QString::number(model)}));
-        QCOMPARE(send(command), std::optional<bool>(true));
-        QCOMPARE(sim.logLines(), QStringList{command});
-        // The one entry changes, value and type; every other keeps its default.
-        SettingsDict expectedFile = settingItemsDefaults();
-        expectedFile.set(key.toStdString(), expected);
-        QVERIFY(readDict(getSettingsFilePath(model)) == expectedFile);
-    }
-
-    void otherMessagesLeaveTheSettingsAlone() {
-        Sim sim(*roots_);
-        QVERIFY(sim.start());
-        const auto before = readSmallFile(getSettingsFilePath(317), 1 << 20);
-        QVERIFY(before);
-        // Commands that set nothing; then an empty message, a range one byte short, a truncated
-        // speed, and codes nobody sends.
-        const QStringList messages = {"18 4B", "19 4A", "1B",          "1D 01",    "1E 01", "20",
-                                      "",      "01 20", "02 00 00 00", "03 01 00", "FF"};
-        auto daemon = RemoteMessagePort::lookup(kDaemon);
-        QVERIFY(daemon);
-        int answered = 0;
-        QStringList expectedLog;
-        for (const QString &hex : messages) {
-            daemon->sendRequest(0, QByteArray::fromHex(hex.toLatin1()), 1.0, 1.0,
-                                [&](const PortReply &r) { answered += r.ok && r.reply.isEmpty(); });
-            expectedLog << (hex.isEmpty() ? QStringLiteral("(empty)") : hex);
-        }
-        QVERIFY(QTest::qWaitFor([&] { return answered == int(messages.size()); }, 10000));
-        QCOMPARE(sim.logLines(), expectedLog);
-        QCOMPARE(readSmallFile(getSettingsFilePath(317), 1 << 20), before);
-    }
-
-    void selfTestIsAnsweredWithTheHardwareType() {
-        const std::pair<QStringList, int> cases[] = {
-            {{}, 317}, {{"--model", "259"}, 259}, {{"--hardware-type", "-7"}, -7}};
-        for (const auto &[args, type] : cases) {
-            Sim sim(*roots_);
-            QVERIFY(sim.start(args));
-            std::optional<std::optional<std::int32_t>> got;
-            catchUpWithTheBus();
-            QVERIFY(sendStartSelfTest([&](std::optional<std::int32_t> t) { got = t; }));
-            QVERIFY(QTest::qWaitFor([&] { return got.has_value(); }, 5000));
-            QCOMPARE(*got, std::optional<std::int32_t>(type));
-            QCOMPARE(sim.logLines(), QStringList{QStringLiteral("1C")});
-        }
+        QCOMPARE(send(QStringLiteral("1C")), QStringLiteral("F9 FF FF FF"));
     }
 
     // One simulator through every console command, in an order in which each changes the state
@@ -283,12 +130,12 @@ class SimTest : public QObject {
         Sim sim(*roots_);
         QVERIFY(sim.start());
         // Without the pane's port, a line that notifies it is answered, not fatal.
-        const QString absent = sim.console(QStringLiteral("page 1"));
-        QVERIFY2(
-            absent.startsWith(QStringLiteral("ok:")) && absent.contains(QStringLiteral("absent")),
-            qPrintable(absent));
-        FakePane pane;
+        QCOMPARE(sim.console(QStringLiteral("page 1")),
+                 QStringLiteral("ok: \"preferenceCommend\" absent, code 01 not sent"));
+        test::Recorder pane(kPreferencePortName);
         QVERIFY(pane.port);
+        SettingsDict stateWhenNotified;
+        pane.onMessage = [&] { stateWhenNotified = readDict(getUilitiesFilePath()); };
         const struct {
             const char *line, *paneCode, *stateKey;
             PlistValue stateValue;
@@ -305,24 +152,21 @@ class SimTest : public QObject {
             {"refresh", "", "RefreshCalibrationType", true},
             {"verbose on", "", "VerboseLog", true},
         };
-        size_t notified = 0;
+        qsizetype notified = 0;
         for (const auto &step : steps) {
             const QString answer = sim.console(QString::fromLatin1(step.line));
             QVERIFY2(answer.startsWith(QStringLiteral("ok:")), qPrintable(answer));
             if (*step.paneCode) {
                 ++notified;
                 QVERIFY(QTest::qWaitFor([&] { return pane.messages.size() >= notified; }, 5000));
-                QCOMPARE(test::hexBytes(pane.messages.back()), QString::fromLatin1(step.paneCode));
+                QCOMPARE(pane.messages.back(), QString::fromLatin1(step.paneCode));
             }
             if (*step.stateKey) {
-                const SettingsDict state = readDict(getUilitiesFilePath());
+                // The file says so before the pane is told.
+                const SettingsDict state =
+                    *step.paneCode ? stateWhenNotified : readDict(getUilitiesFilePath());
                 const PlistValue *value = state.find(step.stateKey);
                 QVERIFY2(value && *value == step.stateValue, step.line);
-                if (*step.paneCode) {
-                    // The file says so before the pane is told.
-                    const PlistValue *seen = pane.stateWhenNotified.find(step.stateKey);
-                    QVERIFY2(seen && *seen == step.stateValue, step.line);
-                }
             }
         }
         const auto before = readSmallFile(getUilitiesFilePath(), 1 << 20);
@@ -332,61 +176,56 @@ class SimTest : public QObject {
             QVERIFY2(sim.console(QString::fromLatin1(line)).startsWith(QStringLiteral("error:")),
                      line);
         }
-        QTest::qWait(50);
-        QCOMPARE(pane.messages.size(), notified);  // nothing else reached the pane
         QCOMPARE(readSmallFile(getUilitiesFilePath(), 1 << 20), before);
-        QVERIFY(sim.ok(QStringLiteral("status")));  // still serving
+        // Still serving, and nothing reached the pane before this line's message.
+        QVERIFY(sim.console(QStringLiteral("page 2")).startsWith(QStringLiteral("ok:")));
+        QTRY_COMPARE(pane.messages.size(), notified + 1);
+        QCOMPARE(pane.messages.back(), QStringLiteral("02"));
     }
 
     // Steps: a console line, "TERM" for the signal, or a range command ("+" answered, "-"
     // failed) whose value counts the commands sent; "range" is where the settings file ends.
-    void faultsDisconnectionAndExit_data() {
-        QTest::addColumn<QString>("args");
-        QTest::addColumn<QString>("steps");
-        QTest::addColumn<int>("range");
-        QTest::addColumn<int>("exitCode");  // -1: still running
-        auto row = [](const char *name, const char *args, const char *steps, int range,
-                      int exitCode) {
-            QTest::newRow(name) << QString::fromLatin1(args) << QString::fromLatin1(steps) << range
-                                << exitCode;
-        };
-        // Unanswered, yet received and applied.
-        row("never reply", "--never-reply", "-", 1, -1);
-        row("noreply at run time", "", "noreply on, -, noreply off, +", 2, -1);
-        row("reply delay", "--reply-delay 200", "+, delay 2600, -, delay 0, +", 3, -1);
-        // The command it vanishes on is not applied, and the port is gone.
-        row("vanish on 2", "--vanish-on 2", "+, -", 1, 3);
-        row("vanish at run time", "", "+, vanish 1, -", 1, 3);
-        // Settings wait while no panel is connected.
-        row("disconnected", "", "+, disconnect, +", 1, -1);
-        row("reconnected", "", "disconnect, connect, +", 1, -1);
-        row("quit", "", "+, quit", 1, 0);
-        row("SIGTERM", "", "+, TERM", 1, 0);
-    }
     void faultsDisconnectionAndExit() {
-        QFETCH(QString, args);
-        QFETCH(QString, steps);
-        QFETCH(int, range);
-        QFETCH(int, exitCode);
-        Sim sim(*roots_);
-        QVERIFY(sim.start(args.split(QLatin1Char(' '), Qt::SkipEmptyParts)));
-        QStringList sent;
-        for (const QString &step : steps.split(QStringLiteral(", "))) {
-            if (step == QLatin1String("+") || step == QLatin1String("-")) {
-                const QString command = QStringLiteral("01 0%1 00").arg(sent.size() + 1);
-                sent << command;
-                QCOMPARE(send(command), std::optional<bool>(step == QLatin1String("+")));
-            } else if (step == QLatin1String("TERM")) {
-                sim.process().terminate();
-            } else {
-                QVERIFY2(sim.ok(step), qPrintable(step));
+        const struct {
+            const char *args, *steps;
+            int range, exitCode;  // exit code -1: still running
+        } rows[] = {
+            // Unanswered, yet received and applied.
+            {"--never-reply", "-", 1, -1},
+            {"", "noreply on, -, noreply off, +", 2, -1},
+            {"--reply-delay 100", "+, delay 1000, -, delay 0, +", 3, -1},
+            // The command it vanishes on is not applied, and the port is gone.
+            {"--vanish-on 2", "+, -", 1, 3},
+            {"", "+, vanish 1, -", 1, 3},
+            // Settings wait while no panel is connected.
+            {"", "+, disconnect, +", 1, -1},
+            {"", "disconnect, connect, +", 1, -1},
+            {"", "+, quit", 1, 0},
+            {"", "+, TERM", 1, 0},
+        };
+        for (const auto &row : rows) {
+            qInfo("%s: %s", row.args, row.steps);
+            roots_ = std::make_unique<test::TempRoots>();
+            Sim sim(*roots_);
+            QVERIFY(sim.start(row.args));
+            QStringList sent;
+            for (const QString &step : QString::fromLatin1(row.steps).split(QStringLiteral(", "))) {
+                if (step == QLatin1String("+") || step == QLatin1String("-")) {
+                    sent << QStringLiteral("01 0%1 00").arg(sent.size() + 1);
+                    QCOMPARE(send(sent.back()),
+                             step == QLatin1String("+") ? QString() : QStringLiteral("unanswered"));
+                } else if (step == QLatin1String("TERM")) {
+                    sim.process.terminate();
+                } else {
+                    QVERIFY2(sim.console(step).startsWith(QStringLiteral("ok:")), qPrintable(step));
+                }
             }
-        }
-        QCOMPARE(sim.logLines(), sent);
-        QCOMPARE(readDict(getSettingsFilePath(317)).intValue("DoubleClickRange"), range);
-        if (exitCode >= 0) {
-            QCOMPARE(sim.exitCode(), exitCode);
-            QVERIFY(!send(QStringLiteral("20")));  // the port went with the process
+            QCOMPARE(sim.log(), sent);
+            QCOMPARE(readDict(getSettingsFilePath(317)).intValue("DoubleClickRange"), row.range);
+            if (row.exitCode >= 0) {
+                QCOMPARE(sim.exitCode(), row.exitCode);
+                QCOMPARE(send(QStringLiteral("20")), QStringLiteral("absent"));
+            }
         }
     }
 };

@@ -1,39 +1,21 @@
-// The status-bar utility in this process (and once as its own program) on a private bus, with
-// a stand-in daemon and settings window that record what reaches them.
+// The status-bar utility in this process (and once as its program) on a private bus, with a
+// stand-in daemon and settings window that record what reaches them.
 #include <QAccessible>
 #include <QAction>
-#include <QFile>
 #include <QMenu>
-#include <QProcess>
 #include <QSystemTrayIcon>
 #include <QtTest/QtTest>
 
-#include <memory>
-
 #include "commands.h"
 #include "daemonchannel.h"
-#include "messageport.h"
-#include "paths.h"
 #include "settings_store.h"
+#include "sim_support.h"
 #include "statusbarutility.h"
-#include "test_support.h"
 
 using namespace tavix;
 using State = StatusBarUtility::PanelState;
 
 namespace {
-
-// A port that records each message in hex.
-struct Recorder {
-    QStringList messages;
-    std::unique_ptr<LocalMessagePort> port;
-    explicit Recorder(const char *name)
-        : port(LocalMessagePort::create(QString::fromLatin1(name),
-                                        [this](qint32, const QByteArray &data) {
-                                            messages << test::hexBytes(data);
-                                            return QByteArray();
-                                        })) {}
-};
 
 void writeState(int model, bool driver, bool showMenu = true) {
     SettingsDict state = utilitiesDefaults();
@@ -67,16 +49,11 @@ class UtilityTest : public QObject {
     int launches_ = 0;
     std::unique_ptr<StatusBarUtility> make() {
         return std::make_unique<StatusBarUtility>(StatusBarUtility::Options{
-            std::chrono::milliseconds(500), [this] { return ++launches_, true; }});
+            std::chrono::milliseconds(20), [this] { return ++launches_, true; }});
     }
 
   private Q_SLOTS:
-    void initTestCase() {
-        setLocalizedStringLookup([](const std::string &key) {
-            return key == "PreferenceFolderName" ? std::string("TavixTouchPanel") : key;
-        });
-        installUtilityTranslations(QLocale(QLocale::English));
-    }
+    void initTestCase() { test::useShippedFolderName(); }
     void init() {
         roots_ = std::make_unique<test::TempRoots>();
         launches_ = 0;
@@ -85,7 +62,7 @@ class UtilityTest : public QObject {
     }
     void cleanup() { roots_.reset(); }
 
-    // Changes of the shared state file show within a second (the poll runs every 500 ms).
+    // Changes of the shared state file show at the next poll.
     void iconAndToolTipFollowTheStateFile() {
         writeState(0, true);
         auto u = make();
@@ -95,15 +72,19 @@ class UtilityTest : public QObject {
             bool driver;
             State state;
             const char *tip;
+            QLocale::Language language = QLocale::English;
         } rows[] = {
             {317, true, State::Connected, "Touch panel connected: Tavix TX-317"},
             {317, false, State::DriverDisabled, "The touch panel driver is disabled"},
             {999, true, State::Connected, "Touch panel connected: 999"},
             {0, true, State::NoPanel, "No touch panel connected"},
+            {317, false, State::DriverDisabled, "Der Touch-Panel-Treiber ist deaktiviert",
+             QLocale::German},
         };
         // One picture per state, different for each.
         std::map<State, QImage> pictures;
         for (const auto &row : rows) {
+            installUtilityTranslations(QLocale(row.language));
             writeState(row.model, row.driver);
             QVERIFY(QTest::qWaitFor(
                 [&] { return u->state() == row.state && u->modelType() == row.model; }, 1000));
@@ -114,21 +95,17 @@ class UtilityTest : public QObject {
             }
             pictures[row.state] = now;
         }
-        installUtilityTranslations(QLocale(QLocale::German));
-        writeState(317, false);
-        QVERIFY(QTest::qWaitFor([&] { return u->state() == State::DriverDisabled; }, 1000));
-        QCOMPARE(u->trayIcon()->toolTip(),
-                 QStringLiteral("Der Touch-Panel-Treiber ist deaktiviert"));
-        installUtilityTranslations(QLocale(QLocale::English));
     }
 
     // The calibration actions send what the Calibration page sends, and only with a panel.
-    void calibrationActionsSendThePagesBytes() {
+    void menuActionsSendThePagesBytesOrOpenThePage() {
         writeState(317, true);
         SettingsDict settings = settingItemsDefaults();
         settings.set("CalibrationType", PlistValue(2));
         QVERIFY(writePlistFileAtomically(settings, getSettingsFilePath(317)));
-        Recorder daemon(kDaemonPortName);
+        QVERIFY(writePlistFileAtomically(settings, getSettingsFilePath(259)));
+        test::Recorder daemon(kDaemonPortName);
+        const QString marker = test::hexBytes(QByteArray(1, char(COMMAND_GET_DIP_SW)));
         auto u = make();
         QCOMPARE(u->start(), StatusBarUtility::StartResult::Started);
         const struct {
@@ -137,86 +114,68 @@ class UtilityTest : public QObject {
             const char *bytes;
         } rows[] = {
             {317, "startCalibration", "1F 00 00"},  // the second manual calibration is stored
-            {317, "simpleCalibration", "12 00 00"},
-            {317, "manualCalibration", "12 01 00"},
-            {317, "simpleSetting0", "13 00 00"},
-            {317, "simpleSetting2", "13 02 00"},
-            {259, "startCalibration", "17 00 00"},
-            {0, "manualCalibration", ""},
-            {0, "startCalibration", ""},
+            {317, "simpleCalibration", "12 00 00"}, {317, "manualCalibration", "12 01 00"},
+            {317, "simpleSetting0", "13 00 00"},    {317, "simpleSetting2", "13 02 00"},
+            {259, "startCalibration", "17 00 00"},  {0, "startCalibration", ""},
         };
         for (const auto &row : rows) {
             writeState(row.model, true);
-            if (row.model != 0 && !pathExists(getSettingsFilePath(row.model))) {
-                QVERIFY(writePlistFileAtomically(settings, getSettingsFilePath(row.model)));
-            }
             QVERIFY(QTest::qWaitFor([&] { return u->modelType() == row.model; }, 1000));
             Q_EMIT u->menu()->aboutToShow();
             daemon.messages.clear();
             press(*u, row.action);
-            QTest::qWait(100);
+            // A command sent after the press arrives after anything the press sent.
+            QVERIFY(SendDataToRemotePort(makeCommand(COMMAND_GET_DIP_SW)));
+            QTRY_COMPARE(daemon.messages.size() > 0 ? daemon.messages.back() : QString(), marker);
+            daemon.messages.removeLast();
             QCOMPARE(daemon.messages.join(u'|'), QLatin1String(row.bytes));
         }
-    }
-
-    void pagesGoToTheRunningWindowOrStartIt() {
-        writeState(317, true);
-        auto u = make();
-        QCOMPARE(u->start(), StatusBarUtility::StartResult::Started);
+        // A page goes to the running window, or to the state file for the window it starts.
         press(*u, "page2");
         QCOMPARE(readPlistFile(getUilitiesFilePath())->intValue("currentPageIndex"), 2);
         QCOMPARE(launches_, 1);
-        Recorder window(kPreferencePortName);
+        test::Recorder window(kPreferencePortName);
         press(*u, "page3");
-        QVERIFY(QTest::qWaitFor([&] { return !window.messages.isEmpty(); }, 5000));
-        QCOMPARE(window.messages, QStringList{QStringLiteral("03")});
+        QTRY_COMPARE(window.messages, QStringList{QStringLiteral("03")});
         QCOMPARE(launches_, 1);
         QCOMPARE(readPlistFile(getUilitiesFilePath())->intValue("currentPageIndex"), 2);
     }
 
-    // The program itself: switched off, a second copy, and the quit request.
+    // The program itself: its help, switched off, a second copy, and the quit request.
     void programRefusesAndQuitsAsAsked() {
-        const auto runUtility = [](QProcess &p) {
-            p.start(QStringLiteral(TAVIX_UTILITY), QStringList());
-            return p.waitForStarted(5000);
+        const auto run = [](const QStringList &args, int exit, const char *text) {
+            QProcess p;
+            p.setProcessChannelMode(QProcess::MergedChannels);
+            p.start(QStringLiteral(TAVIX_UTILITY), args);
+            QVERIFY(p.waitForFinished(5000));
+            QCOMPARE(p.exitCode(), exit);
+            QVERIFY2(p.readAll().contains(text), text);
         };
         writeState(317, true, false);
-        QProcess off;
-        QVERIFY(runUtility(off));
-        QVERIFY(off.waitForFinished(5000));
-        QCOMPARE(off.exitCode(), 0);
-        QVERIFY(off.readAllStandardError().contains("\"isShowStatuMenu\" is false"));
-
+        run({}, 0, "\"isShowStatuMenu\" is false");
         writeState(317, true, true);
-        QProcess first, second;
-        QVERIFY(runUtility(first));
-        QVERIFY(QTest::qWaitFor(
-            [] {
-                return RemoteMessagePort::lookup(QString::fromLatin1(kStatusBarPortName))
-                    .has_value();
-            },
-            5000));
-        QVERIFY(runUtility(second));
-        QVERIFY(second.waitForFinished(5000));
-        QCOMPARE(second.exitCode(), 1);
-        QVERIFY(second.readAllStandardError().contains("another copy is already running"));
-        // Only the exact request quits it; each message is answered with no data.
+        QProcess first;
+        first.start(QStringLiteral(TAVIX_UTILITY), QStringList());
+        QTRY_VERIFY_WITH_TIMEOUT(
+            RemoteMessagePort::lookup(QString::fromLatin1(kStatusBarPortName)).has_value(), 5000);
+        run({QStringLiteral("--help")}, 0, "quits it through the port \"TTSB\"");
+        run({}, 1, "another copy is already running");
+        // Only the exact request (the last row) quits it; each message is answered with no data,
+        // so a quit too early leaves the next message unanswered.
         const std::pair<qint32, QByteArray> rows[] = {{0, "SBQT"},
                                                       {kStatusBarQuitMsgId, "SBQ"},
                                                       {kStatusBarQuitMsgId, "SBQTX"},
                                                       {kStatusBarQuitMsgId, ""},
-                                                      {kStatusBarQuitMsgId, "SBQT"}};
+                                                      {kStatusBarQuitMsgId, kStatusBarQuitData}};
         for (const auto &[msgid, data] : rows) {
             std::optional<PortReply> reply;
-            RemoteMessagePort::lookup(QString::fromLatin1(kStatusBarPortName))
-                ->sendRequest(msgid, data, 1.0, 1.0, [&](const PortReply &r) { reply = r; });
+            const auto port = RemoteMessagePort::lookup(QString::fromLatin1(kStatusBarPortName));
+            QVERIFY2(port, data.constData());
+            port->sendRequest(msgid, data, 1.0, 1.0, [&](const PortReply &r) { reply = r; });
             QVERIFY(QTest::qWaitFor([&] { return reply.has_value(); }, 5000));
             QVERIFY(reply->ok && reply->reply.isEmpty());
-            const bool quits = data == kStatusBarQuitData && msgid == kStatusBarQuitMsgId;
-            QCOMPARE(QTest::qWaitFor([&] { return first.state() == QProcess::NotRunning; },
-                                     quits ? 5000 : 100),
-                     quits);
         }
+        QTRY_COMPARE_WITH_TIMEOUT(first.state(), QProcess::NotRunning, 5000);
         QCOMPARE(first.exitStatus(), QProcess::NormalExit);
         QCOMPARE(first.exitCode(), 0);
     }

@@ -1,0 +1,85 @@
+// For the bus tests around the panel simulator: its process, and a port that records messages.
+#pragma once
+
+#include <QProcess>
+#include <QtTest/QtTest>
+
+#include <functional>
+#include <memory>
+
+#include "atomic_file.h"
+#include "messageport.h"
+#include "paths.h"
+#include "test_support.h"
+
+namespace tavix::test {
+
+// The per-user folder name the tools take when they have no string table.
+inline void useShippedFolderName() {
+    setLocalizedStringLookup([](const std::string &key) {
+        return key == "PreferenceFolderName" ? std::string("TavixTouchPanel") : key;
+    });
+}
+
+#ifdef TAVIX_PANEL_SIM
+// One simulator process: console answers are read line by line; its log lists each command.
+class Sim {
+  public:
+    explicit Sim(const TempRoots &roots) : log_(roots.path(QStringLiteral("sim.log"))) {}
+    ~Sim() {
+        process.terminate();  // lets it give the port back; QProcess kills it if it hangs
+        process.waitForFinished(5000);
+    }
+
+    // Starts with the space-separated arguments; false unless it says "ready".
+    bool start(const char *args = "") {
+        process.start(QStringLiteral(TAVIX_PANEL_SIM),
+                      QStringList{QStringLiteral("--quiet"), QStringLiteral("--log"), log_} +
+                          QString::fromLatin1(args).split(u' ', Qt::SkipEmptyParts));
+        return process.waitForStarted(5000) && nextLine().startsWith(QStringLiteral("ready:"));
+    }
+    // Sends one console line and returns its one-line answer ("ok: ..." or "error: ...").
+    QString console(const QString &line) {
+        process.write((line + QLatin1Char('\n')).toUtf8());
+        return nextLine();
+    }
+    QStringList log() const {
+        return QString::fromStdString(readSmallFile(log_.toStdString(), 1 << 20).value_or(""))
+            .split(u'\n', Qt::SkipEmptyParts);
+    }
+    // The exit code once the process has ended; -1 for a crash, -2 while it still runs.
+    int exitCode() {
+        if (!QTest::qWaitFor([&] { return process.state() == QProcess::NotRunning; }, 10000)) {
+            return -2;
+        }
+        return process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
+    }
+    QProcess process;
+
+  private:
+    QString nextLine() {
+        [[maybe_unused]] const bool ready = QTest::qWaitFor(
+            [&] { return process.canReadLine() || process.state() == QProcess::NotRunning; },
+            10000);
+        return process.canReadLine() ? QString::fromUtf8(process.readLine()).trimmed() : QString();
+    }
+
+    QString log_;
+};
+#endif
+
+// A port that records each message in hex, answers with no data and then runs onMessage.
+struct Recorder {
+    QStringList messages;
+    std::function<void()> onMessage = [] {};
+    std::unique_ptr<LocalMessagePort> port;
+    explicit Recorder(const char *name)
+        : port(LocalMessagePort::create(QString::fromLatin1(name),
+                                        [this](qint32, const QByteArray &data) {
+                                            messages << hexBytes(data);
+                                            onMessage();
+                                            return QByteArray();
+                                        })) {}
+};
+
+}  // namespace tavix::test
