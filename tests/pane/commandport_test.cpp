@@ -73,14 +73,11 @@ class CommandPortTest : public QObject, PaneFixture {
         panel("panel: extra bytes ignored", QByteArray("\x03\xff\x00\x07", 4))
             << unselect + "|ver.updateUIState" << none << 3 << "save OK";
 
-        noPanel("no panel: 2", bytes(2)) << none << gone << 0 << none;
-        noPanel("no panel: 4", bytes(4)) << none << gone << 0 << none;
         noPanel("no panel: 5", bytes(5)) << unselect << gone << 0 << none;
         noPanel("no panel: 6", bytes(6)) << none << gone << 0 << "willSelect";
         noPanel("no panel: 7", bytes(7)) << unselect << gone << 0 << disable;
         noPanel("no panel: 8", bytes(8)) << next << gone << 0 << none;
         noPanel("no panel: 9", bytes(9)) << none << gone << 0 << "willSelect";
-        noPanel("no panel: 200", bytes(200)) << none << gone << 0 << none;
         noPanel("no panel: empty message", {}) << none << gone << 0 << none;
 
         row("panel came: 4 connect", 0, 317, true, bytes(4))
@@ -123,21 +120,17 @@ class CommandPortTest : public QObject, PaneFixture {
     }
 
     // Checking the box starts the installed utility; unchecking asks the running one to quit.
-    // hideStatusBar() switches the setting off without a quit request.
     void statusBarCheckBox_data() {
         QTest::addColumn<bool>("shown");    // the box's state before the click
         QTest::addColumn<bool>("utility");  // installed (to check) or running (to uncheck)
-        QTest::addColumn<bool>("hideFirst");
-        QTest::newRow("on, utility installed") << false << true << false;
-        QTest::newRow("on, utility not installed") << false << false << false;
-        QTest::newRow("off, utility running") << true << true << false;
-        QTest::newRow("off, no utility running") << true << false << false;
-        QTest::newRow("hidden, then off, utility running") << true << true << true;
+        QTest::newRow("on, utility installed") << false << true;
+        QTest::newRow("on, utility not installed") << false << false;
+        QTest::newRow("off, utility running") << true << true;
+        QTest::newRow("off, no utility running") << true << false;
     }
     void statusBarCheckBox() {
         QFETCH(bool, shown);
         QFETCH(bool, utility);
-        QFETCH(bool, hideFirst);
         writeUtilities(utilities(317, true, 0, false, shown));
         const QString marker = env_.home() + QStringLiteral("/utility-started");
         QList<QPair<qint32, QByteArray>> received;
@@ -161,13 +154,6 @@ class CommandPortTest : public QObject, PaneFixture {
         }
         startPane(true);
         QCOMPARE(checkBox()->isChecked(), shown);
-        if (hideFirst) {
-            pane_->hideStatusBar();
-            QVERIFY(!checkBox()->isChecked() && !pane_->statusBarIsShow());
-            const auto stored = readUtilities();
-            QVERIFY(stored->contains("isShowStatuMenu") && !stored->boolValue("isShowStatuMenu"));
-            checkBox()->setChecked(true);
-        }
 
         QTest::mouseClick(checkBox(), Qt::LeftButton);
         QCOMPARE(checkBox()->isChecked(), !shown);

@@ -312,9 +312,7 @@ class ShellTest : public QObject, PaneFixture {
         QTest::newRow("model 0, no file") << 0 << QByteArray("none") << QString();
         QTest::newRow("defaults") << 317 << QByteArray("defaults") << "0.8.0.3";
         QTest::newRow("recorded version") << 259 << plist("DriverVersion", "3.1.4.1") << "3.1.4.1";
-        QTest::newRow("negative model") << -1 << plist("DriverVersion", "3.1.4.1") << "3.1.4.1";
         QTest::newRow("no DriverVersion") << 317 << plist("InputMode", 1) << QString();
-        QTest::newRow("not a string") << 317 << plist("DriverVersion", 42) << QString();
         QTest::newRow("corrupt file") << 317 << QByteArray("<plist><dict><key>") << QString();
     }
     void driverVersion() {
@@ -374,20 +372,6 @@ class ShellTest : public QObject, PaneFixture {
             }
         }
         QCOMPARE(localizedText("No.such.key"), QStringLiteral("No.such.key"));
-    }
-
-    void productFolderComesFromTheTable() {
-        installPaneTranslations(QLocale(QLocale::German));
-        // A folder name does not change with the language.
-        QVERIFY(QString::fromStdString(getPreferenceFolderPath())
-                    .endsWith(QStringLiteral("/Library/Preferences/TavixTouchPanel")));
-        QVERIFY(QString::fromStdString(utilitiesAppInStatusBarFullPath())
-                    .endsWith(QStringLiteral("/Application Support/TavixTouchPanel/StatusBarApp/"
-                                             "TavixTouchSettingUtility.app")));
-        removePaneTranslations();
-        // Without any table the key itself names the folder.
-        QVERIFY(QString::fromStdString(getPreferenceFolderPath())
-                    .endsWith(QStringLiteral("/Library/Preferences/PreferenceFolderName")));
     }
 };
 
