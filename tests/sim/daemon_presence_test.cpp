@@ -54,10 +54,14 @@ class DaemonPresenceTest : public QObject {
         monitor.kill();
         monitor.waitForFinished(5000);
 
-        // Stopped, it cannot answer before it is killed.
+        // Stopped, it cannot answer before it is killed: sends return at once and the event
+        // loop keeps turning while the calls wait.
         const auto pid = static_cast<pid_t>(sim.process.processId());
         ::kill(pid, SIGSTOP);
-        int failed = 0;
+        int failed = 0, ticks = 0;
+        QTimer ticker;
+        QObject::connect(&ticker, &QTimer::timeout, [&ticks] { ++ticks; });
+        ticker.start(5);
         for (int i = 0; i < 50; ++i) {
             QVERIFY(SendDataToRemotePort(makeCommandU16(COMMAND_SET_DOUBLE_CLICK_RANGE, 32 + i),
                                          [&](bool ok, const QByteArray &) { failed += !ok; }));
@@ -65,6 +69,8 @@ class DaemonPresenceTest : public QObject {
         std::optional<std::optional<std::int32_t>> heard;
         QObject page;
         QVERIFY(sendStartSelfTest(&page, [&](std::optional<std::int32_t> t) { heard = t; }));
+        QCOMPARE(ticks, 0);  // every send returned without waiting
+        QVERIFY2(QTest::qWaitFor([&] { return ticks > 20; }, 1000), "the event loop stood still");
         ::kill(pid, SIGKILL);
         QVERIFY(QTest::qWaitFor([&] { return failed == 50 && heard.has_value(); }, 5000));
         QCOMPARE(*heard, std::optional<std::int32_t>());

@@ -202,6 +202,7 @@ class PropertiesPartsTest : public QObject {
         QTest::newRow("saturates high") << "1e30" << std::numeric_limits<int>::max();
         QTest::newRow("saturates low") << "-99999999999" << std::numeric_limits<int>::min();
         QTest::newRow("exponent overflow") << "1e999" << std::numeric_limits<int>::max();
+        QTest::newRow("exponent underflow") << "1e-999" << 0;
     }
     void leadingInteger() {
         QFETCH(QString, text);
