@@ -124,9 +124,7 @@ class CommandPortTest : public QObject, PaneFixture {
         QTest::addColumn<bool>("shown");    // the box's state before the click
         QTest::addColumn<bool>("utility");  // installed (to check) or running (to uncheck)
         QTest::newRow("on, utility installed") << false << true;
-        QTest::newRow("on, utility not installed") << false << false;
         QTest::newRow("off, utility running") << true << true;
-        QTest::newRow("off, no utility running") << true << false;
     }
     void statusBarCheckBox() {
         QFETCH(bool, shown);

@@ -190,22 +190,6 @@ class ShellTest : public QObject, PaneFixture {
         QCOMPARE(readUtilities()->intValue("currentPageIndex"), 3);
     }
 
-    // willSelect puts up the driver text for a panel with the driver off, and keeps it when
-    // the panel is gone afterwards.
-    void driverDisabledTextKeptByLaterWillSelect() {
-        writeUtilities(utilities(0, true, 0));
-        startPane(true);
-        QCOMPARE(alert()->text(), localizedText("Alert.disconnect"));
-        writeUtilities(utilities(317, false, 0));
-        pane_->willSelect();
-        QCOMPARE(alert()->text(), localizedText("Alert.driverDisable"));
-
-        writeUtilities(utilities(0, true, 0));
-        pane_->willSelect();
-        QVERIFY(alert()->isVisible());
-        QCOMPARE(alert()->text(), localizedText("Alert.driverDisable"));
-    }
-
     void portCreatedOnceAndRemovedByWillUnselect() {
         writeUtilities(utilities(317, true, 0));
         startPane();
@@ -229,17 +213,6 @@ class ShellTest : public QObject, PaneFixture {
 
         pane_->willSelect();
         QVERIFY(sendToPane(QByteArray(1, '\x0a')));
-    }
-
-    void portNameHeldElsewhere() {
-        writeUtilities(utilities(317, true, 0));
-        auto other = LocalMessagePort::create(
-            QString::fromLatin1(kPreferencePortName),
-            [](qint32, const QByteArray &) { return QByteArray(); }, peerConnection());
-        QVERIFY(other != nullptr);
-        startPane(true);
-        QVERIFY(!pane_->hasCommandPort());
-        QVERIFY(tabView()->isVisible());
     }
 
     // The real main view with its four pages: every text comes from the string tables (a key
