@@ -81,8 +81,6 @@ class HostTest : public QObject {
             << QStringList{"cannot load the pane"};
         QTest::newRow("not a plugin")
             << QStringList{"--plugin", "@junk"} << 1 << QStringList{"not the touch panel pane"};
-        QTest::newRow("unknown option")
-            << QStringList{"--frobnicate"} << 2 << QStringList{"frobnicate"};
     }
     void commandLine() {
         QFETCH(QStringList, arguments);

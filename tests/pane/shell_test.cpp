@@ -320,7 +320,6 @@ class ShellTest : public QObject, PaneFixture {
         QTest::addColumn<QString>("language");
         QTest::newRow("English") << QLocale(QLocale::English, QLocale::UnitedKingdom) << "en";
         QTest::newRow("German") << QLocale(QLocale::German, QLocale::Austria) << "de";
-        QTest::newRow("French falls back to English") << QLocale(QLocale::French) << "en";
     }
     void lookups() {
         QFETCH(QLocale, locale);

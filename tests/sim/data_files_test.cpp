@@ -2,7 +2,6 @@
 // what those programs rely on.
 #include <gtest/gtest.h>
 
-#include <regex>
 #include <set>
 #include <string>
 
@@ -43,18 +42,6 @@ TEST(DataFilesTest, DeviceListDescribesEachModelOnce) {
         }
     }
     EXPECT_EQ(models.count(317) + models.count(259), 2u);
-}
-
-TEST(DataFilesTest, ResolutionsAreDistinctWidthByHeight) {
-    const auto list = tavix::readResolutionList(kData + "SupportResolutionList.plist");
-    ASSERT_TRUE(list && !list->empty() && isXml("SupportResolutionList.plist"));
-    // Exactly "%dx%d": no sign, no leading zero, no blanks, lower-case x.
-    const std::regex format("[1-9][0-9]{0,5}x[1-9][0-9]{0,5}");
-    const std::set<std::string> distinct(list->begin(), list->end());
-    EXPECT_EQ(distinct.size(), list->size());
-    for (const std::string &s : *list) {
-        EXPECT_TRUE(std::regex_match(s, format)) << '"' << s << '"';
-    }
 }
 
 }  // namespace

@@ -182,15 +182,6 @@ class PropertiesPartsTest : public QObject {
         QCOMPARE(clock_.onlyDeadline(), 0.7);
     }
 
-    // A view destroyed during an attempt leaves no timer behind to call into it.
-    void destroyedViewCancelsTimer() {
-        makeView(TestView::SpeedMeasuring);
-        press(kCentre);
-        QCOMPARE(clock_.pendingTimers(), std::size_t{1});
-        view_.reset();
-        QCOMPARE(clock_.pendingTimers(), std::size_t{0});
-    }
-
     void leadingInteger_data() {
         QTest::addColumn<QString>("text");
         QTest::addColumn<int>("value");
@@ -227,15 +218,6 @@ class PropertiesPartsTest : public QObject {
         QCOMPARE(rangeFormatterAccepts(text, SettingViewCtl::kRangeMinimum,
                                        SettingViewCtl::kRangeMaximum),
                  accepted);
-    }
-
-    void formatterAcceptsTheUsersDecimalComma() {
-        const QLocale saved;
-        QLocale::setDefault(QLocale(QLocale::German, QLocale::Germany));
-        const bool accepted = rangeFormatterAccepts(QStringLiteral("45,9"), 8, 128);
-        QLocale::setDefault(saved);
-        QVERIFY(accepted);
-        QCOMPARE(leadingIntegerValue(QStringLiteral("45,9")), 45);
     }
 
     void prettyName_data() {
