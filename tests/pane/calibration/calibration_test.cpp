@@ -213,7 +213,6 @@ class CalibrationTest : public QObject, public test::PaneFixture {
             "fallback DP-4");
         add("vendor unknown", 317, {display("DP-5", 1280, 720, kUnknown, kProduct)}, "1280 * 720",
             "matched DP-5");
-        add("built-in only", 317, {laptop}, "1366 * 768", "fallback eDP-1");
         add("none", 317, {}, "0 * 0", "none -");
         add("equal low 16 bits, 1919.6 wide", 317 + 0x10000,
             {display("DP-2", 1919.6, 1080.9, kVendor, kProduct)}, "1919 * 1080", "matched DP-2");

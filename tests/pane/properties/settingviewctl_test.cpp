@@ -81,11 +81,10 @@ class SettingViewCtlTest : public QObject {
         widget->setFocus();
         QTRY_VERIFY(widget->hasFocus());
     }
-    void makePage(const QString &versionString = kPlainLinux, int minorVersion = -1) {
+    void makePage() {
         page_ = std::make_unique<QWidget>();
         page_->resize(640, 480);
-        ctl_ = new SettingViewCtl(page_.get(),
-                                  std::make_shared<FakeSystemInfo>(versionString, minorVersion),
+        ctl_ = new SettingViewCtl(page_.get(), std::make_shared<FakeSystemInfo>(kPlainLinux, -1),
                                   page_.get());
         page_->show();
         QVERIFY(QTest::qWaitForWindowExposed(page_.get()));
@@ -374,26 +373,6 @@ class SettingViewCtlTest : public QObject {
         QCOMPARE(ctl_->doubleClickRate(), 0.45);
     }
 
-    // The range tab goes only above minor version 11; a failed query (-1) keeps it.
-    void resetTabView_data() {
-        QTest::addColumn<int>("minor");
-        QTest::addColumn<int>("tabsLeft");
-        QTest::newRow("query failed") << -1 << 4;
-        QTest::newRow("10.12") << 12 << 3;
-    }
-    void resetTabView() {
-        QFETCH(int, minor);
-        QFETCH(int, tabsLeft);
-        makePage(kPlainLinux, minor);
-        tabs()->setCurrentIndex(2);
-        ctl_->resetTabView();
-        QCOMPARE(tabs()->count(), tabsLeft);
-        QCOMPARE(tabs()->currentIndex(), 0);
-        QCOMPARE(tabs()->widget(0)->objectName(), tabsLeft == 4
-                                                      ? QStringLiteral("doubleClickRangeTab")
-                                                      : QStringLiteral("doubleClickSpeedTab"));
-    }
-
     void measuredDoubleClickSetsSpeed() {
         doubleClickOn(w<TestView>("rateView_"), 0.0, 0.62);
         expectSent({"02 D7 A3 70 3D 0A D7 E3 3F"});
@@ -407,20 +386,6 @@ class SettingViewCtlTest : public QObject {
         doubleClickOn(testView, 20.0, 20.45);
         QCOMPARE(testView->currentDrawType(), 0);
         expectSent({});  // a trial never talks to the daemon
-    }
-
-    // Writes only a changed value; numbers compare by value, so true equals 1.
-    void saveItemToInfoPlistForKey() {
-        QVERIFY(ctl_->saveItemToInfoPlistForKey(PlistValue(45), "DoubleClickRange"));
-        QVERIFY(!ctl_->saveItemToInfoPlistForKey(PlistValue(45), "DoubleClickRange"));
-        QVERIFY(ctl_->saveItemToInfoPlistForKey(PlistValue(true), "TwoFingerSwipe"));
-        QVERIFY(!ctl_->saveItemToInfoPlistForKey(PlistValue(1), "TwoFingerSwipe"));
-        QVERIFY(ctl_->saveItemToInfoPlistForKey(PlistValue("x"), "DoubleClickRange"));
-        const auto stored = readPlistFile(getSettingsFilePath(kModel));
-        QVERIFY(stored);
-        QCOMPARE(stored->stringValue("DoubleClickRange"), std::string("x"));
-        QCOMPARE(stored->boolValue("TwoFingerSwipe"), true);
-        QCOMPARE(stored->keys(), (std::vector<std::string>{"DoubleClickRange", "TwoFingerSwipe"}));
     }
 };
 

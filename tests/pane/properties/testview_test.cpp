@@ -95,20 +95,6 @@ class PropertiesPartsTest : public QObject {
         QCOMPARE(image.pixelColor(100, y), QColor(Qt::white));
     }
 
-    // Only left presses inside the circle drawn last count.
-    void hitAreaIsWhatWasDrawnLast() {
-        makeView(TestView::Trial, {200, 200}, 32);
-        press(kCentre, Qt::RightButton);
-        QCOMPARE(view_->pressCount(), 0);
-        view_->setRange(64);          // not yet painted
-        const QPoint ring(124, 100);  // inside 64 units, outside 32
-        press(ring);
-        QCOMPARE(view_->pressCount(), 0);
-        view_->repaint();
-        press(ring);
-        QCOMPARE(view_->pressCount(), 1);
-    }
-
     // Every view starts with a 0.5 s window. Speed areas report and store the measured time
     // clamped to 0.3-1.0 s; trial areas report a double click within their window.
     void attempts_data() {
@@ -241,15 +227,6 @@ class PropertiesPartsTest : public QObject {
         QFETCH(QByteArray, text);
         QFETCH(QString, pretty);
         QCOMPARE(prettyNameFromOsRelease(text), pretty);
-    }
-
-    void linuxSystemInfoReadsTheGivenFile() {
-        const LinuxSystemInfo info(QStringLiteral(TAVIX_PROPERTIES_TEST_DATA "/os-release-quoted"));
-        QCOMPARE(info.operatingSystemVersionString(), QStringLiteral("Example \"Linux\" 10.13"));
-        QCOMPARE(info.systemMinorVersion(), -1);
-        const LinuxSystemInfo missing(QStringLiteral(TAVIX_PROPERTIES_TEST_DATA "/no-such-file"));
-        QCOMPARE(missing.operatingSystemVersionString(), QStringLiteral("Linux"));
-        QCOMPARE(missing.systemMinorVersion(), -1);
     }
 };
 
