@@ -112,18 +112,6 @@ class SimTest : public QObject {
         QVERIFY(pathExists(getSupportResolutionListFilePath()));
     }
 
-    void unwritableSystemFolderDoesNotStopTheSimulator() {
-        // A regular file where a folder should be: nothing can be created below it.
-        const QString blocker = roots_->path(QStringLiteral("blocker"));
-        QVERIFY(QFile(blocker).open(QIODevice::WriteOnly));
-        qputenv("TAVIX_SYSTEM_LIBRARY", (blocker + QStringLiteral("/Library")).toLocal8Bit());
-        Sim sim(*roots_);
-        QVERIFY(sim.start("--hardware-type -7"));
-        QVERIFY(!pathExists(getSupportDeviceListFilePath()));
-        QCOMPARE(readDict(getUilitiesFilePath()).intValue("currentDeviceType"), 317);
-        QCOMPARE(send(QStringLiteral("1C")), QStringLiteral("F9 FF FF FF"));
-    }
-
     // One simulator through every console command, in an order in which each changes the state
     // file; then lines it refuses, which change nothing and tell the pane nothing.
     void consoleCommandsActAsTheDriverSide() {
