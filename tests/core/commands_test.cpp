@@ -21,8 +21,7 @@ std::string hex(const Bytes &bytes) {
     return out;
 }
 
-// The bytes of every code as the daemon receives them are checked on the bus (platform tests);
-// here the payload edges: 16-bit truncation, sign, byte order, all eight bytes of a double.
+// The payload edges: 16-bit truncation, sign, byte order, all eight bytes of a double.
 TEST(CommandsTest, BuildersProduceTheExactBytes) {
     const struct {
         Bytes bytes;
@@ -34,13 +33,15 @@ TEST(CommandsTest, BuildersProduceTheExactBytes) {
         {makeCommandU16(COMMAND_SET_ROTATE_MODE, 0x0102), "15 02 01"},
         {makeCommandDouble(COMMAND_SET_DOUBLE_CLICK_SPEED, 0.1), "02 9A 99 99 99 99 99 B9 3F"},
         {makeCommandDouble(COMMAND_SET_DOUBLE_CLICK_SPEED, -2.0), "02 00 00 00 00 00 00 00 C0"},
+        {makeCommandU8(COMMAND_SET_CALIBRATION_HOT_KEY, 'C'), "18 43"},
+        {makeCommand(COMMAND_STOP_CHECK), "20"},
     };
     for (const auto &c : cases) {
         EXPECT_EQ(hex(c.bytes), c.expected);
     }
 }
 
-TEST(CommandsTest, PayloadWidthOfEveryCode) {
+TEST(CommandsTest, CodeAndPayloadWidthOfEveryCommand) {
     // Every code the pane sends, with its payload width; all other codes are unknown.
     const std::pair<int, int> known[] = {
         {1, 2},  {2, 8},  {8, 2},  {9, 2},  {11, 2}, {13, 2}, {14, 2}, {15, 2},
