@@ -48,6 +48,13 @@ bool nameHasOwner(const QString &port) {
         QStringLiteral("io.tavix.MessagePort.") + port);
 }
 
+// Connections to the bus, this test's included.
+int busPeers() {
+    const QStringList names =
+        QDBusConnection::sessionBus().interface()->registeredServiceNames().value();
+    return int(names.filter(QRegularExpression(QStringLiteral("^:"))).size());
+}
+
 // Sends one request on `remote` and waits (turning the event loop) for its outcome.
 std::optional<PortReply> roundTrip(const RemoteMessagePort &remote, qint32 msgid,
                                    const QByteArray &data) {
@@ -163,115 +170,87 @@ class MessagePortTest : public QObject {
         }
     }
 
-    void replyOfARequestFromAWorkerThreadRunsOnTheMainThread() {
-        RecordingPort port;
-        port.reply = "done";
-        QVERIFY(port.open(QStringLiteral("Threaded")));
-        std::optional<PortReply> outcome;
-        bool callbackOnMain = false;
-        std::thread worker([&] {
-            auto remote = RemoteMessagePort::lookup(QStringLiteral("Threaded"));
-            if (remote) {
-                remote->sendRequest(3, "from worker", 1.0, 1.0, [&](const PortReply &r) {
-                    callbackOnMain = onMainThread();
-                    outcome = r;
-                });
-            }
-        });
-        worker.join();
-        QVERIFY(QTest::qWaitFor([&] { return outcome.has_value(); }, 10000));
-        QVERIFY(outcome->ok);
-        QCOMPARE(outcome->reply, QByteArray("done"));
-        QVERIFY(callbackOnMain);
-        QCOMPARE(port.received.size(), size_t{1});
-        QVERIFY(port.received[0].onMainThread);
-    }
-
-    // A reply bound to a context runs only while the context lives; an unbound one sent at the
-    // same time shows that the replies did arrive.
-    void replyBoundToAContextRunsOnlyWhileItLives() {
-        std::vector<PortResponder> pending;
-        auto port = LocalMessagePort::createDeferred(
-            QStringLiteral("Bound"),
-            [&](qint32, const QByteArray &, PortResponder respond) { pending.push_back(respond); });
-        auto remote = RemoteMessagePort::lookup(QStringLiteral("Bound"));
-        QVERIFY(port && remote);
-        auto kept = std::make_unique<QObject>(), gone = std::make_unique<QObject>();
-        QStringList calls;
-        remote->sendRequest(1, "a", 1.0, 1.0, kept.get(),
-                            [&](const PortReply &) { calls << "kept"; });
-        remote->sendRequest(2, "b", 1.0, 1.0, gone.get(),
-                            [&](const PortReply &) { calls << "gone"; });
-        remote->sendRequest(3, "c", 1.0, 1.0, [&](const PortReply &) { calls << "unbound"; });
-        QVERIFY(QTest::qWaitFor([&] { return pending.size() == 3; }, 5000));
-        gone.reset();
-        for (const PortResponder &respond : pending) {
-            respond("answer");
-        }
-        QVERIFY(QTest::qWaitFor([&] { return calls.contains("unbound"); }, 5000));
-        QTest::qWait(50);
-        calls.sort();
-        QCOMPARE(calls, QStringList({"kept", "unbound"}));
-    }
-
-    // A request from a worker thread (which runs no event loop) whose call has failed already
-    // when its outcome is awaited, or fails by its time-out, still reports on the main thread.
-    void failureOfARequestFromAWorkerThreadIsReportedOnTheMainThread_data() {
-        QTest::addColumn<QString>("failure");
-        QTest::newRow("failed at once") << QStringLiteral("at once");
+    // A request from a worker thread (which runs no event loop) reports on the main thread,
+    // whether it is answered, its call has failed already when its outcome is awaited, or it
+    // fails by its time-out.
+    void requestFromAWorkerThreadReportsOnTheMainThread_data() {
+        QTest::addColumn<QString>("outcome");
+        QTest::newRow("answered") << QStringLiteral("done");
+        QTest::newRow("failed at once") << QString();
         QTest::newRow("owner silent: time-out") << QStringLiteral("silent");
     }
-    void failureOfARequestFromAWorkerThreadIsReportedOnTheMainThread() {
-        QFETCH(QString, failure);
-        auto silent = LocalMessagePort::createDeferred(
-            QStringLiteral("Failing"), [](qint32, const QByteArray &, PortResponder) {});
-        QVERIFY(silent);
+    void requestFromAWorkerThreadReportsOnTheMainThread() {
+        QFETCH(QString, outcome);
+        std::vector<QByteArray> received;
+        auto port = LocalMessagePort::createDeferred(
+            QStringLiteral("Worker"), [&](qint32, const QByteArray &data, PortResponder respond) {
+                received.push_back(data);
+                if (outcome != QLatin1String("silent")) {
+                    respond(outcome.toLatin1());
+                }
+            });
         std::optional<RemoteMessagePort> remote =
-            RemoteMessagePort::lookup(QStringLiteral("Failing"));
-        QVERIFY(remote);
-        std::optional<PortReply> outcome;
+            RemoteMessagePort::lookup(QStringLiteral("Worker"));
+        QVERIFY(port && remote);
+        std::optional<PortReply> reply;
         bool callbackOnMain = false;
         const ReplyCallback record = [&](const PortReply &r) {
             callbackOnMain = onMainThread();
-            outcome = r;
+            reply = r;
         };
         std::thread worker([&] {
-            if (failure == QLatin1String("at once")) {
+            if (outcome.isEmpty()) {
                 detail::deliverOnMainThread(
                     QDBusPendingCall::fromError(QDBusError(QDBusError::Disconnected, "gone")),
                     nullptr, false, record);
             } else {
-                remote->sendRequest(1, "x", 0.05, 0.05, record);
+                remote->sendRequest(3, "from worker", 0.05, 0.05, record);
             }
         });
         worker.join();
-        QVERIFY(QTest::qWaitFor([&] { return outcome.has_value(); }, 5000));
-        QVERIFY(!outcome->ok);
+        QVERIFY(QTest::qWaitFor([&] { return reply.has_value(); }, 5000));
         QVERIFY(callbackOnMain);
+        QCOMPARE(reply->ok, outcome == QLatin1String("done"));
+        QCOMPARE(reply->reply, reply->ok ? QByteArray("done") : QByteArray());
+        QCOMPARE(received, outcome.isEmpty() ? std::vector<QByteArray>()
+                                             : std::vector<QByteArray>{"from worker"});
     }
 
-    void deferredReplyArrivesLaterAndOnlyOnce() {
-        PortResponder kept;
+    // A deferred reply arrives when given, once; a reply bound to a context runs only while the
+    // context lives (an unbound one sent at the same time shows that the replies did arrive).
+    void deferredRepliesArriveOnceAndOnlyToLivingContexts() {
+        std::vector<PortResponder> pending;
         auto port = LocalMessagePort::createDeferred(
             QStringLiteral("Later"),
-            [&kept](qint32, const QByteArray &, PortResponder respond) { kept = respond; });
-        QVERIFY(port);
+            [&](qint32, const QByteArray &, PortResponder respond) { pending.push_back(respond); });
         auto remote = RemoteMessagePort::lookup(QStringLiteral("Later"));
-        QVERIFY(remote);
-        std::vector<PortReply> outcomes;
-        remote->sendRequest(0, "q", 1.0, 1.0, [&](const PortReply &r) { outcomes.push_back(r); });
-        QVERIFY(QTest::qWaitFor([&] { return bool(kept); }, 5000));
-        QVERIFY(outcomes.empty());
-        kept("first");
-        kept("second");  // ignored: a request has one reply
-        QVERIFY(QTest::qWaitFor([&] { return !outcomes.empty(); }, 5000));
+        QVERIFY(port && remote);
+        auto kept = std::make_unique<QObject>(), gone = std::make_unique<QObject>();
+        QStringList calls;
+        const auto note = [&](const char *who) {
+            return [&calls, who](const PortReply &r) {
+                calls << QString::fromLatin1(who) + ':' + QString::fromLatin1(r.reply);
+            };
+        };
+        remote->sendRequest(1, "a", 1.0, 1.0, kept.get(), note("kept"));
+        remote->sendRequest(2, "b", 1.0, 1.0, gone.get(), note("gone"));
+        remote->sendRequest(3, "c", 1.0, 1.0, note("unbound"));
+        QVERIFY(QTest::qWaitFor([&] { return pending.size() == 3; }, 5000));
+        QVERIFY(calls.isEmpty());
+        gone.reset();
+        for (const PortResponder &respond : pending) {
+            respond("first");
+            respond("second");  // ignored: a request has one reply
+        }
+        QVERIFY(QTest::qWaitFor([&] { return calls.contains("unbound:first"); }, 5000));
         QTest::qWait(50);
-        QCOMPARE(outcomes.size(), size_t{1});
-        QVERIFY(outcomes[0].ok);
-        QCOMPARE(outcomes[0].reply, QByteArray("first"));
+        calls.sort();
+        QCOMPARE(calls, QStringList({"kept:first", "unbound:first"}));
     }
 
+    // The port goes at once, and so does its own connection to the bus.
     void portDestroyedByItsOwnCallback() {
+        const int peers = busPeers();
         std::unique_ptr<LocalMessagePort> port;
         int calls = 0;
         port = LocalMessagePort::create(QStringLiteral("SelfDestruct"),
@@ -281,21 +260,28 @@ class MessagePortTest : public QObject {
                                             return QByteArray("bye");
                                         });
         QVERIFY(port);
+        QCOMPARE(busPeers(), peers + 1);
         QVERIFY(roundTrip(QStringLiteral("SelfDestruct"), 0, "x"));
         QCOMPARE(calls, 1);
         QVERIFY(!port);
         QVERIFY(!nameHasOwner(QStringLiteral("SelfDestruct")));
         QVERIFY(!RemoteMessagePort::lookup(QStringLiteral("SelfDestruct")));
+        QTRY_COMPARE(busPeers(), peers);
     }
 
+    // On a connection the caller gives, a port leaves the connection usable for the next one.
     void portWithoutCallbackRepliesEmptyAndNeedsABus() {
-        auto port = LocalMessagePort::create(QStringLiteral("Silent"), PortCallback());
-        QVERIFY(port);
-        auto outcome = roundTrip(QStringLiteral("Silent"), 0, QByteArray("\x01", 1));
-        QVERIFY(outcome && outcome->ok);
-        QVERIFY(outcome->reply.isEmpty());
+        QDBusConnection given =
+            QDBusConnection::connectToBus(QDBusConnection::SessionBus, QStringLiteral("given"));
+        for (int i = 0; i < 2; ++i) {
+            auto port = LocalMessagePort::create(QStringLiteral("Silent"), PortCallback(), given);
+            QVERIFY2(port, "the connection still exports the previous port's object");
+            auto outcome = roundTrip(QStringLiteral("Silent"), 0, QByteArray("\x01", 1));
+            QVERIFY(outcome && outcome->ok);
+            QVERIFY(outcome->reply.isEmpty());
+        }
+        QVERIFY(given.isConnected());
         QDBusConnection dead(QStringLiteral("no-such-connection"));
-        QVERIFY(!dead.isConnected());
         QVERIFY(!LocalMessagePort::create(QStringLiteral("Nowhere"), PortCallback(), dead));
         QVERIFY(!RemoteMessagePort::lookup(QStringLiteral("Nowhere"), dead));
     }
