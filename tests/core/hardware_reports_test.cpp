@@ -35,10 +35,11 @@ TEST(HardwareReportsTest, DipSwitchByteIsActiveLowWithSwappedNibbles) {
     }
 }
 
+// From the report bytes: checksum low, high, verdict, version major, minor, suffix.
 TEST(HardwareReportsTest, VersionAndChecksumTexts) {
     const struct {
         std::int32_t model;
-        ChecksumAndVersion info;
+        Msg bytes;
         const char *version;
         const char *checksum;
     } cases[] = {
@@ -47,9 +48,13 @@ TEST(HardwareReportsTest, VersionAndChecksumTexts) {
         {317, {0xCD, 0xAB, 0, 0x01, 0x02, 'a'}, " 1.02a", "abcd"},
         {317, {0, 0, 0, 0x01, 0x02, 0}, " 1.02", "0000"},
     };
-    for (const auto &c : cases) {
-        EXPECT_EQ(formatFirmwareVersion(c.model, c.info), c.version);
-        EXPECT_EQ(formatChecksum(c.info), c.checksum);
+    for (auto c : cases) {
+        c.bytes.insert(c.bytes.begin(), REPORT_CHECKSUM_AND_VERSION);
+        const auto report = decodeHardwareReport(c.bytes.data(), c.bytes.size());
+        ASSERT_TRUE(report);
+        EXPECT_EQ(formatFirmwareVersion(c.model, report->checksum), c.version);
+        EXPECT_EQ(formatChecksum(report->checksum), c.checksum);
+        EXPECT_EQ(report->checksum.verdict, c.bytes[3]);
     }
 }
 
