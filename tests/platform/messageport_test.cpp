@@ -2,8 +2,12 @@
 #include <QCoreApplication>
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
+#include <QProcess>
+#include <QStandardPaths>
 #include <QThread>
 #include <QtTest/QtTest>
+
+#include <unistd.h>
 
 #include <memory>
 #include <optional>
@@ -278,6 +282,55 @@ class MessagePortTest : public QObject {
         QDBusConnection dead(QStringLiteral("no-such-connection"));
         QVERIFY(!LocalMessagePort::create(QStringLiteral("Nowhere"), PortCallback(), dead));
         QVERIFY(!RemoteMessagePort::lookup(QStringLiteral("Nowhere"), dead));
+    }
+
+    // A port refuses callers of another uid: the same call, run as root and as user nobody on
+    // a private bus that admits both users, is served once and refused once.
+    void callerOfAnotherUidIsRefused() {
+        const QString setpriv = QStandardPaths::findExecutable(QStringLiteral("setpriv"));
+        const QString dbusSend = QStandardPaths::findExecutable(QStringLiteral("dbus-send"));
+        if (::geteuid() != 0 || setpriv.isEmpty() || dbusSend.isEmpty()) {
+            QSKIP("needs root, setpriv (util-linux) and dbus-send (dbus-bin)");
+        }
+        QProcess bus;
+        bus.start(QStringLiteral("dbus-daemon"),
+                  {QStringLiteral("--config-file=" TAVIX_FOREIGN_BUS_CONFIG),
+                   QStringLiteral("--nofork"), QStringLiteral("--print-address=1")});
+        QVERIFY(QTest::qWaitFor([&] { return bus.canReadLine(); }, 10000));
+        const QString address = QString::fromLocal8Bit(bus.readLine()).trimmed();
+        int calls = 0;
+        auto port = LocalMessagePort::create(
+            QStringLiteral("ForeignUidProbe"),
+            [&](qint32, const QByteArray &) {
+                ++calls;
+                return QByteArray("ok");
+            },
+            QDBusConnection::connectToBus(address, QStringLiteral("foreign-uid-bus")));
+        QVERIFY(port);
+        QStringList errors;
+        for (const int uid : {0, 65534}) {
+            QProcess call;
+            call.setWorkingDirectory(QStringLiteral("/"));
+            call.start(setpriv,
+                       QStringLiteral("--reuid=%1 --regid=%1 --clear-groups %2 --bus=%3 "
+                                      "--print-reply --reply-timeout=5000 "
+                                      "--dest=io.tavix.MessagePort.ForeignUidProbe "
+                                      "/io/tavix/MessagePort io.tavix.MessagePort.SendRequest "
+                                      "int32:0 array:byte:5")
+                           .arg(QString::number(uid), dbusSend, address)
+                           .split(QLatin1Char(' ')));
+            // The port is served while the caller waits for its answer.
+            QVERIFY(QTest::qWaitFor([&] { return call.state() == QProcess::NotRunning; }, 10000));
+            errors << QString::fromLocal8Bit(call.readAllStandardError());
+            QCOMPARE(call.exitCode() == 0, uid == 0);
+        }
+        QCOMPARE(calls, 1);
+        QVERIFY2(errors[1].contains(QStringLiteral("org.freedesktop.DBus.Error.AccessDenied")),
+                 qPrintable(errors.join('\n')));
+        port.reset();
+        QDBusConnection::disconnectFromBus(QStringLiteral("foreign-uid-bus"));
+        bus.terminate();
+        QVERIFY(bus.waitForFinished(5000));
     }
 };
 
