@@ -20,14 +20,15 @@ namespace {
 const QString kDaemon = QString::fromLatin1(kDaemonPortName);
 using HardwareType = std::optional<std::int32_t>;
 
-// Stands in for the daemon: records every command (msgid, bytes) and answers with `reply`.
+// Stands in for the daemon: records every command (msgid, bytes) and answers with the next of
+// `replies` (empty once they are used up).
 struct FakeDaemon {
     std::vector<std::pair<qint32, QByteArray>> received;
-    QByteArray reply;
+    QList<QByteArray> replies;
     std::unique_ptr<LocalMessagePort> port =
         LocalMessagePort::create(kDaemon, [this](qint32 msgid, const QByteArray &data) {
             received.emplace_back(msgid, data);
-            return reply;
+            return replies.isEmpty() ? QByteArray() : replies.takeFirst();
         });
 };
 
@@ -80,20 +81,17 @@ class DaemonChannelTest : public QObject {
     void selfTestReadsTheHardwareTypeFromTheReply() {
         FakeDaemon daemon;
         QVERIFY(daemon.port);
+        daemon.replies = {QByteArray("\x3D\x01\x00\x00", 4), QByteArray("\x3D\x01\x00", 3),
+                          QByteArray()};
         std::vector<HardwareType> calls;
-        for (const QByteArray &reply :
-             {QByteArray("\x3D\x01\x00\x00", 4), QByteArray("\x3D\x01\x00", 3), QByteArray()}) {
-            daemon.reply = reply;
-            const size_t before = calls.size();
+        for (int i = 0; i < 3; ++i) {
             QVERIFY(sendStartSelfTest([&](HardwareType t) { calls.push_back(t); }));
-            QVERIFY(QTest::qWaitFor([&] { return calls.size() > before; }, 5000));
         }
+        QVERIFY(QTest::qWaitFor([&] { return calls.size() == 3; }, 5000));
         QTest::qWait(50);
         QCOMPARE(calls, (std::vector<HardwareType>{317, std::nullopt, std::nullopt}));
-        QCOMPARE(daemon.received.size(), size_t{3});
-        for (const auto &[msgid, data] : daemon.received) {
-            QCOMPARE(test::hexBytes(data), QStringLiteral("1C"));
-        }
+        QCOMPARE(daemon.received,
+                 (std::vector<std::pair<qint32, QByteArray>>(3, {0, QByteArray("\x1C")})));
     }
 
     // The daemon never answers: the caller's event loop keeps turning, and both a command and
