@@ -10,6 +10,7 @@
 #include <fstream>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "settings_store.h"
 #include "temp_env.h"
@@ -39,12 +40,50 @@ std::string nested(std::size_t depth) {
     return repeat("<array>", depth) + "<true/>" + repeat("</array>", depth);
 }
 
+// A binary property list with the given objects (already encoded) and root 0, refs of 1 byte.
+std::string binaryPlist(const std::vector<std::string> &objects) {
+    std::string out = "bplist00";
+    std::vector<std::uint8_t> offsets;
+    for (const auto &o : objects) {
+        offsets.push_back(static_cast<std::uint8_t>(out.size()));
+        out += o;
+    }
+    const std::size_t table = out.size();
+    for (auto o : offsets) {
+        out += static_cast<char>(o);
+    }
+    std::string trailer(32, '\0');
+    trailer[6] = 1;  // offset size
+    trailer[7] = 1;  // ref size
+    trailer[15] = static_cast<char>(objects.size());
+    trailer[31] = static_cast<char>(table);
+    return out + trailer;
+}
+
 const std::string kDoctype =
     "<!DOCTYPE plist PUBLIC \"-//Apple//DTD PLIST 1.0//EN\" "
     "\"http://www.apple.com/DTDs/PropertyList-1.0.dtd\">";
 
-TEST(PlistGuardTest, HostileXmlIsRefusedForTheRightReason) {
+TEST(PlistGuardTest, HostileFilesAreRefusedForTheRightReason) {
     const std::size_t limit = kMaxPlistDepth;
+    // Binary: object 0 is the dict {"k": object 2}, object 1 the key "k".
+    const std::string key = "\x51k", dict("\xD1\x01\x02", 3);
+    // The dict refers to object 3, one past the offset table; its offset would come from the
+    // trailer's first byte, which points at object 2.
+    std::string shortTable = binaryPlist({std::string("\xD1\x01\x03", 3), key, "\x09"});
+    shortTable[shortTable.size() - 32] = 13;
+    shortTable[shortTable.size() - 17] = 4;
+    // A chain of arrays deeper than the limit, and a doubling graph whose tree form explodes.
+    std::vector<std::string> deep{dict, key}, doubling{dict, key};
+    for (int i = 2; i < 2 + kMaxPlistDepth + 2; ++i) {
+        deep.push_back(std::string("\xA1", 1) + static_cast<char>(i + 1));
+    }
+    for (int i = 2; i < 2 + 40; ++i) {
+        doubling.push_back(std::string("\xA2", 1) + static_cast<char>(i + 1) +
+                           static_cast<char>(i + 1));
+    }
+    deep.push_back("\x09");
+    doubling.push_back("\x09");
     struct Case {
         const char *label;
         std::string bytes;
@@ -81,6 +120,24 @@ TEST(PlistGuardTest, HostileXmlIsRefusedForTheRightReason) {
         {"raw NUL inside a key", plist("<array><key>b" + std::string(3, '\0') + "</key></array>"),
          V::Malformed},
         {"nothing at all", "", V::Empty},
+        {"binary", binaryPlist({dict, key, "\x09"}), V::Accept},
+        {"binary self-referencing array", binaryPlist({dict, key, "\xA1\x02"}), V::Malformed},
+        {"binary reference out of range", binaryPlist({std::string("\xD1\x01\x09", 3), key}),
+         V::Malformed},
+        {"binary count past the table", binaryPlist({dict, key, "\xAE\x02"}), V::Malformed},
+        {"binary key that is not a string",
+         binaryPlist({std::string("\xD1\x02\x01", 3), key, "\x09"}), V::Malformed},
+        {"binary key reused as a value", binaryPlist({std::string("\xD1\x01\x01", 3), key}),
+         V::Malformed},
+        {"binary NUL inside a string", binaryPlist({dict, key, std::string("\x52\x61\x00", 3)}),
+         V::Malformed},
+        {"binary UTF-16 lone surrogate", binaryPlist({dict, key, std::string("\x61\xD8\x00", 3)}),
+         V::Malformed},
+        {"binary UTF-16 text", binaryPlist({dict, key, std::string("\x61\x00\xE9", 3)}), V::Accept},
+        {"binary offset table shorter than the count", shortTable, V::Malformed},
+        {"binary header only", "bplist00", V::Malformed},
+        {"binary deep chain", binaryPlist(deep), V::TooDeep},
+        {"binary doubling graph", binaryPlist(doubling), V::Malformed},
     };
     for (const Case &c : cases) {
         EXPECT_EQ(checkPlistBytes(c.bytes), c.verdict) << c.label;
