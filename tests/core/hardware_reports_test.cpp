@@ -117,7 +117,10 @@ TEST(HardwareReportsTest, ReportTextsAreEscaped) {
     }
     HardwareInfoReport report;
     report.modelName = "<TX>";
-    EXPECT_NE(hardwareReportJson(report).find("\"selfTest\": null"), std::string::npos);
+    report.addresses = {"10.0.0.1", "fe80::1"};
+    EXPECT_NE(hardwareReportJson(report).find(
+                  "\"addresses\": [\"10.0.0.1\", \"fe80::1\"],\n  \"selfTest\": null\n}"),
+              std::string::npos);
     EXPECT_NE(hardwareReportHtml(report, "").find("&lt;TX&gt;"), std::string::npos);
 }
 
