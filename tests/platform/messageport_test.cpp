@@ -127,8 +127,9 @@ class MessagePortTest : public QObject {
         QCOMPARE(other.data(), QList<QByteArray>{"to other"});
 
         auto stale = RemoteMessagePort::lookup(name);
-        QVERIFY(stale);
+        QVERIFY(stale && RemoteMessagePort::tracked(name));
         first.port.reset();
+        QVERIFY(!RemoteMessagePort::tracked(name));
         QVERIFY(!nameHasOwner(name));
         QVERIFY(!RemoteMessagePort::lookup(name));
         QVERIFY(second.open(name));
