@@ -203,22 +203,12 @@ TEST_F(StoreTest, FilesAreReadAndWrittenBackUnchanged) {
 // ---------------------------------------------------------------------------------------------
 // Unreadable files
 
+// Why the guard refuses a file is pinned in its own table; any refusal reads empty here.
 TEST_F(StoreTest, UnreadableFilesReadEmptyAndAreNeverOverwritten) {
-    const std::string deepXml = [] {
-        std::string open, close;
-        for (int i = 0; i < kMaxPlistDepth + 6; ++i) {
-            open += "<array>";
-            close += "</array>";
-        }
-        return "<?xml version=\"1.0\"?><plist version=\"1.0\"><dict><key>a</key>" + open + close +
-               "</dict></plist>";
-    }();
     const std::pair<const char *, std::string> cases[] = {
         {"garbage", "this is not a property list"},
         {"truncated XML", "<?xml version=\"1.0\"?><plist version=\"1.0\"><dict><key>currentDe"},
         {"array root", "<?xml version=\"1.0\"?><plist version=\"1.0\"><array/></plist>"},
-        {"deep nesting", deepXml},
-        {"binary header only", "bplist00"},
         {"binary with bad trailer", std::string("bplist00") + std::string(40, '\xff')},
         {"zero bytes", ""},
     };
