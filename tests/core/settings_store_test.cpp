@@ -22,21 +22,13 @@
 #include "temp_env.h"
 
 namespace tavix {
-
-// Failure messages show a dictionary as the XML it would be written as.
-void PrintTo(const SettingsDict &d, std::ostream *os) {
-    *os << serializePlist(d);
-}
-
 namespace {
 
 namespace fs = std::filesystem;
-using test::TempEnvTest;
 
 std::string readBytes(const std::string &path) {
-    std::ifstream in(path, std::ios::binary);
     std::stringstream s;
-    s << in.rdbuf();
+    s << std::ifstream(path, std::ios::binary).rdbuf();
     return s.str();
 }
 
@@ -62,14 +54,11 @@ std::vector<std::string> temporariesIn(const std::string &folder) {
     return found;
 }
 
-class StoreTest : public TempEnvTest {
-  protected:
-    std::string utilities() { return getUilitiesFilePath(); }
-    std::string settingsFile() { return getSettingsFilePath(317); }
-};
+using StoreTest = test::TempEnvTest;
 
-// ---------------------------------------------------------------------------------------------
-// Values and lookups
+std::string settingsFile() {
+    return getSettingsFilePath(317);
+}
 
 TEST(PlistValueTest, NumericConversionFollowsOneRule) {
     struct Case {
@@ -81,7 +70,6 @@ TEST(PlistValueTest, NumericConversionFollowsOneRule) {
     };
     const Case cases[] = {
         {"integer", PlistValue(42), 42, true, 42.0},
-        {"negative integer", PlistValue(-7), -7, true, -7.0},
         {"zero", PlistValue(0), 0, false, 0.0},
         {"true", PlistValue(true), 1, true, 1.0},
         {"false", PlistValue(false), 0, false, 0.0},
@@ -121,9 +109,6 @@ TEST(SettingsDictTest, MissingKeysReadAsZeroAndSetKeepsOrder) {
     EXPECT_EQ(d.keys(), (std::vector<std::string>{"a"}));
 }
 
-// ---------------------------------------------------------------------------------------------
-// Defaults, merging
-
 // Keys, order and kinds as the file holds them (RotateMode is a boolean there).
 TEST_F(StoreTest, FirstUseWritesTheDefaults) {
     const SettingsDict utilitiesDefaults = dictOf({{"currentPageIndex", 0},
@@ -131,9 +116,9 @@ TEST_F(StoreTest, FirstUseWritesTheDefaults) {
                                                    {"DriverEnable", true},
                                                    {"currentDeviceType", 0},
                                                    {"VerboseLog", false}});
-    ASSERT_FALSE(pathExists(utilities()));
+    ASSERT_FALSE(pathExists(getUilitiesFilePath()));
     EXPECT_EQ(readUtilitiesDictionary(), utilitiesDefaults);
-    EXPECT_EQ(readPlistFile(utilities()), utilitiesDefaults);
+    EXPECT_EQ(readPlistFile(getUilitiesFilePath()), utilitiesDefaults);
 
     const SettingsDict settingsDefaults = dictOf({{"CalibrationHotKey", "C"},
                                                   {"SimpleHotKey", "S"},
@@ -200,9 +185,6 @@ TEST_F(StoreTest, FilesAreReadAndWrittenBackUnchanged) {
     EXPECT_EQ(readPlistFile(settingsFile()), expected);
 }
 
-// ---------------------------------------------------------------------------------------------
-// Unreadable files
-
 // Why the guard refuses a file is pinned in its own table; any refusal reads empty here.
 TEST_F(StoreTest, UnreadableFilesReadEmptyAndAreNeverOverwritten) {
     const std::pair<const char *, std::string> cases[] = {
@@ -212,13 +194,13 @@ TEST_F(StoreTest, UnreadableFilesReadEmptyAndAreNeverOverwritten) {
         {"binary with bad trailer", std::string("bplist00") + std::string(40, '\xff')},
         {"zero bytes", ""},
     };
+    const std::string path = getUilitiesFilePath();
     for (const auto &[label, bytes] : cases) {
-        getUilitiesFilePath();
-        writeBytes(utilities(), bytes);
+        writeBytes(path, bytes);
         EXPECT_TRUE(readUtilitiesDictionary().empty()) << label;
         EXPECT_FALSE(saveItemToInfoPlist(PlistValue(3), "currentPageIndex")) << label;
-        EXPECT_FALSE(saveSettingItemsToPlist(dictOf({{"VerboseLog", true}}), utilities())) << label;
-        EXPECT_EQ(readBytes(utilities()), bytes) << label << ": left byte for byte untouched";
+        EXPECT_FALSE(saveSettingItemsToPlist(dictOf({{"VerboseLog", true}}), path)) << label;
+        EXPECT_EQ(readBytes(path), bytes) << label << ": left byte for byte untouched";
     }
 }
 
@@ -232,9 +214,6 @@ TEST_F(StoreTest, OversizedFileIsRefusedButOneJustUnderTheCapIsRead) {
     writeBytes(settingsFile(), head + std::string(fits + 1, 'x') + tail);
     EXPECT_FALSE(readPlistFile(settingsFile()).has_value());
 }
-
-// ---------------------------------------------------------------------------------------------
-// Atomic replacement
 
 TEST_F(StoreTest, WritesKeepTheTargetsPermissionsAndFailCleanlyWithoutAFolder) {
     readSettingItemsFromPlist(settingsFile());
@@ -252,7 +231,7 @@ TEST_F(StoreTest, KillDuringWriteNeverLeavesATornFile) {
     SettingsDict small = utilitiesDefaults();
     SettingsDict large = utilitiesDefaults();
     large.set("Padding", std::string(1024 * 1024, 'p'));
-    const std::string path = utilities();
+    const std::string path = getUilitiesFilePath();
     const std::string folder = fs::path(path).parent_path();
     ASSERT_TRUE(writePlistFileAtomically(small, path));
 
@@ -297,7 +276,7 @@ TEST_F(StoreTest, KillDuringWriteNeverLeavesATornFile) {
 }
 
 TEST_F(StoreTest, OnlyRegularFilesAreReadAndNothingIsWrittenOverOthers) {
-    const std::string path = utilities();
+    const std::string path = getUilitiesFilePath();
     const std::pair<const char *, std::function<bool()>> cases[] = {
         {"FIFO", [&] { return ::mkfifo(path.c_str(), 0600) == 0; }},
         {"link to a device", [&] { return ::symlink("/dev/zero", path.c_str()) == 0; }},
@@ -321,7 +300,7 @@ TEST_F(StoreTest, OnlyRegularFilesAreReadAndNothingIsWrittenOverOthers) {
 // Another writer creating the file while the defaults are filled in: whoever creates it first
 // keeps it.
 TEST_F(StoreTest, DefaultsNeverReplaceAFileCreatedMeanwhile) {
-    const std::string path = utilities();
+    const std::string path = getUilitiesFilePath();
     const std::string theirBytes = serializePlist(dictOf({{"currentDeviceType", 317}}));
     int theyWon = 0;
     for (int round = 0; round < 200; ++round) {
@@ -350,7 +329,7 @@ TEST_F(StoreTest, ConcurrentWritersLoseNoUpdateAndReadersNeverSeeATornFile) {
     }
     const std::string path = folder + "/Utilities.plist";
     ASSERT_TRUE(writePlistFileAtomically(utilitiesDefaults(), path));
-    constexpr int kWriters = 4, kUpdates = 300;
+    constexpr int kWriters = 4, kUpdates = 3000;
 
     for (int w = 0; w < kWriters; ++w) {
         const pid_t child = ::fork();
