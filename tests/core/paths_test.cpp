@@ -87,14 +87,11 @@ TEST_F(PathsTest, FoldersAreCreatedOnEachLookupWhileApplicationPathsAreNot) {
     ASSERT_FALSE(fs::exists(folder));
     getUilitiesFilePath();
     EXPECT_TRUE(fs::is_directory(folder));
-
     fs::remove_all(folder);
     getSettingsFilePath(259);
     EXPECT_TRUE(fs::is_directory(folder)) << "a folder deleted while running comes back";
-
     getSupportResolutionListFilePath();
     EXPECT_TRUE(fs::is_directory(system_ + "/Preferences/TavixTouchPanel"));
-
     utilitiesAppInStatusBarFullPath();
     calibrationToolFullPath();
     EXPECT_FALSE(fs::exists(system_ + "/Application Support"));

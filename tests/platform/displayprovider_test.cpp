@@ -84,7 +84,6 @@ class DisplayProviderTest : public QObject {
         const uint unknown = kDisplayVendorIDUnknown;
         QTest::newRow("named") << named << 0x10ACu << "DELL U2412M";
         QTest::newRow("no file") << QByteArray() << unknown << "";
-        QTest::newRow("empty") << QByteArray("") << unknown << "";
         QTest::newRow("127 bytes") << named.left(127) << unknown << "";
         QTest::newRow("garbage") << garbage << unknown << "";
         QTest::newRow("name fills descriptor")
