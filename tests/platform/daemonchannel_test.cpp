@@ -15,24 +15,8 @@
 
 using namespace tavix;
 
-namespace {
-
 const QString kDaemon = QString::fromLatin1(kDaemonPortName);
 using HardwareType = std::optional<std::int32_t>;
-
-// Stands in for the daemon: records every command (msgid, bytes) and answers with the next of
-// `replies`.
-struct FakeDaemon {
-    std::vector<std::pair<qint32, QByteArray>> received;
-    QList<QByteArray> replies;
-    std::unique_ptr<LocalMessagePort> port =
-        LocalMessagePort::create(kDaemon, [this](qint32 msgid, const QByteArray &data) {
-            received.emplace_back(msgid, data);
-            return replies.value(int(received.size()) - 1);
-        });
-};
-
-}  // namespace
 
 class DaemonChannelTest : public QObject {
     Q_OBJECT
@@ -55,9 +39,15 @@ class DaemonChannelTest : public QObject {
         QVERIFY(!SendDataToRemotePort(makeCommandU16(COMMAND_SET_DOUBLE_CLICK_RANGE, 32), count));
         QVERIFY(!sendStartSelfTest([&](HardwareType) { ++outcomes; }));
         QVERIFY2(clock.elapsed() < 1000, "the caller waited for an absent daemon");
-        FakeDaemon daemon;
-        QVERIFY(daemon.port);
-        daemon.replies = {"range", "speed", "DIP", QByteArray("\x3D\x01\x00\x00", 4)};
+        // The daemon records every command (msgid, bytes) and answers with the next reply.
+        const QList<QByteArray> answers = {"range", "speed", "DIP",
+                                           QByteArray("\x3D\x01\x00\x00", 4)};
+        std::vector<std::pair<qint32, QByteArray>> received;
+        auto daemon = LocalMessagePort::create(kDaemon, [&](qint32 msgid, const QByteArray &data) {
+            received.emplace_back(msgid, data);
+            return answers.value(int(received.size()) - 1);
+        });
+        QVERIFY(daemon);
         QVERIFY(!SendDataToRemotePort(Bytes{}, count));
         QStringList replies;
         const auto record = [&](bool ok, const QByteArray &r) {
@@ -76,7 +66,7 @@ class DaemonChannelTest : public QObject {
         QCOMPARE(replies, QStringList({"range", "speed"}));
         QCOMPARE(types, std::vector<HardwareType>{317});
         QStringList bytes;
-        for (const auto &[msgid, data] : daemon.received) {
+        for (const auto &[msgid, data] : received) {
             QCOMPARE(msgid, 0);
             bytes << test::hexBytes(data);
         }
@@ -109,8 +99,7 @@ class DaemonChannelTest : public QObject {
         const qint64 elapsed = clock.elapsed();
         QVERIFY(!*ok);
         QVERIFY2(ticksAtOutcome > 0, "the caller's event loop stood still during the send");
-        // The time-out is the send plus the receive time-out; the wait above bounds it from above
-        // loosely, so that a loaded machine does not fail the run.
+        // Send plus receive time-out; only loosely bounded above (the wait), for loaded machines.
         QVERIFY2(elapsed >= 1900, qPrintable(QString::number(elapsed)));
         QCOMPARE(types.size(), size_t{1});
         QVERIFY(!types[0].has_value());
