@@ -75,8 +75,7 @@ TEST(HardwareReportsTest, LengthsAndTypes) {
         {{2, 1, 2, 3}, false, 0},
     };
     for (const auto &c : cases) {
-        // Each message is its own exact-size heap block: a read past the end is caught by the
-        // sanitizers.
+        // Exact-size heap blocks: the sanitizers catch a read past the end.
         const auto report = decodeHardwareReport(c.bytes.data(), c.bytes.size());
         ASSERT_EQ(report.has_value(), c.decoded) << "length " << c.bytes.size();
         if (report) {

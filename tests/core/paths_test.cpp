@@ -65,8 +65,7 @@ TEST_F(PathsTest, EveryPathFollowsItsRootAndFolderName) {
     }
 }
 
-// Without a lookup the key names the folder; an empty name leaves one separator. The system
-// lists never use the name.
+// No lookup: the key names the folder; the system lists never use the name.
 TEST_F(PathsTest, FolderNameFallsBackToTheKeyOrMayBeEmpty) {
     EXPECT_EQ(getUilitiesFilePath(),
               home_ + "/Library/Preferences/PreferenceFolderName/Utilities.plist");

@@ -68,8 +68,7 @@ TEST(PlistGuardTest, HostileFilesAreRefusedForTheRightReason) {
     const std::size_t limit = kMaxPlistDepth;
     // Binary: object 0 is the dict {"k": object 2}, object 1 the key "k".
     const std::string key = "\x51k", dict("\xD1\x01\x02", 3);
-    // The dict refers to object 3, one past the offset table; its offset would come from the
-    // trailer's first byte, which points at object 2.
+    // The dict refers to object 3, one past the table, i.e. the trailer's first byte.
     std::string shortTable = binaryPlist({std::string("\xD1\x01\x03", 3), key, "\x09"});
     shortTable[shortTable.size() - 32] = 13;
     shortTable[shortTable.size() - 17] = 4;
@@ -153,9 +152,7 @@ TEST(PlistGuardTest, SizeComesBeforeShapeAndDepthCheckHasNoSizeLimit) {
     EXPECT_EQ(checkXmlPlistNesting(million, 2'000'000), V::Accept);
 }
 
-// Peak memory of a child that reads the file, beyond what the parent holds (a child does not
-// count every inherited page, so this can be negative); nullopt when the child crashed or
-// accepted the file.
+// A reading child's peak beyond the parent's (may be negative); nullopt: crashed or accepted.
 std::optional<long> childPeakGrowthKb(const std::string &path) {
     std::FILE *statm = std::fopen("/proc/self/statm", "r");
     long pages = 0, resident = 0;

@@ -159,8 +159,7 @@ TEST_F(StoreTest, MergeReplacesAddsAndKeepsKeysOnlyInTheFile) {
     EXPECT_EQ(readPlistFile(settingsFile()), expected);
 }
 
-// Values of every kind (reals to the last bit, negative integers, escaped text, arrays kept
-// opaque) read as written, and a merge writes them back so that they read the same.
+// Reals to the last bit, negative integers, escaped text, opaque arrays survive a merge.
 TEST_F(StoreTest, FilesAreReadAndWrittenBackUnchanged) {
     const std::string head = "<?xml version=\"1.0\"?><plist version=\"1.0\"><dict>";
     const std::string array = "<key>a</key><array><integer>1</integer></array>";
@@ -235,8 +234,7 @@ TEST_F(StoreTest, KillDuringWriteNeverLeavesATornFile) {
     const std::string folder = fs::path(path).parent_path();
     ASSERT_TRUE(writePlistFileAtomically(small, path));
 
-    // The kills follow the creation of the writer's temporary file, so that they land while it
-    // writes; a temporary of the killed writer left behind proves that one did.
+    // Kill after the temporary appears; one left behind proves the kill landed mid-write.
     const int watch = ::inotify_init1(IN_CLOEXEC | IN_NONBLOCK);
     ASSERT_GE(::inotify_add_watch(watch, folder.c_str(), IN_CREATE), 0);
     std::mt19937 random(12345);
@@ -297,8 +295,7 @@ TEST_F(StoreTest, OnlyRegularFilesAreReadAndNothingIsWrittenOverOthers) {
     }
 }
 
-// Another writer creating the file while the defaults are filled in: whoever creates it first
-// keeps it.
+// Another writer creating the file while the defaults are filled in: the first creator wins.
 TEST_F(StoreTest, DefaultsNeverReplaceAFileCreatedMeanwhile) {
     const std::string path = getUilitiesFilePath();
     const std::string theirBytes = serializePlist(dictOf({{"currentDeviceType", 317}}));

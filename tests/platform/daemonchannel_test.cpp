@@ -27,10 +27,7 @@ class DaemonChannelTest : public QObject {
   private Q_SLOTS:
     void initTestCase() { roots_ = std::make_unique<test::TempRoots>(); }
 
-    // Commands reach the daemon byte for byte and in order (the bytes of each code are pinned
-    // where the pane sends them), and the self-test reads the hardware type from its reply (a
-    // reply too short for one is pinned with the decoder). Nothing is sent, kept for later or
-    // reported while the daemon is absent, and an empty command is never sent.
+    // In order, byte for byte, replies to their callers; nothing kept while the daemon is absent.
     void commandsReachOnlyAPresentDaemon() {
         int outcomes = 0;
         const auto count = [&](bool, const QByteArray &) { ++outcomes; };
@@ -73,8 +70,7 @@ class DaemonChannelTest : public QObject {
         QCOMPARE(bytes, QStringList({"01 70 11", "02 00 00 00 00 00 00 E0 3F", "1A", "1C"}));
     }
 
-    // The daemon never answers: the caller's event loop keeps turning, and both a command and
-    // a self-test fail once the two one-second time-outs have run out.
+    // The event loop keeps turning; command and self-test fail after both 1 s time-outs.
     void silentDaemonNeverBlocksTheCaller() {
         auto daemon = LocalMessagePort::createDeferred(
             kDaemon, [](qint32, const QByteArray &, PortResponder) {});

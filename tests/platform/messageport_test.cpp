@@ -32,7 +32,6 @@ bool onMainThread() {
     return QThread::currentThread() == QCoreApplication::instance()->thread();
 }
 
-// Every byte inverted: what a RecordingPort answers.
 QByteArray inverted(QByteArray data) {
     for (char &c : data) {
         c = char(~c);
@@ -73,8 +72,7 @@ int busPeers() {
     return int(names.filter(QRegularExpression(QStringLiteral("^:"))).size());
 }
 
-// Sends one request on `remote` and waits (turning the event loop) for its outcome: the reply's
-// bytes, "failed" or "no outcome".
+// One request, awaited in the event loop: the reply's bytes, "failed" or "no outcome".
 QByteArray roundTrip(const RemoteMessagePort &remote, qint32 msgid, const QByteArray &data) {
     QByteArray outcome = "no outcome";
     remote.sendRequest(msgid, data, 1.0, 1.0,
@@ -102,9 +100,7 @@ class MessagePortTest : public QObject {
         QVERIFY2(QDBusConnection::sessionBus().isConnected(), "the test needs a session bus");
     }
 
-    // A name is a port while it has an owner; a second owner is refused and leaves the first
-    // serving; release gives the name back. Two ports of one process each get their requests.
-    // A handle found before the release does not follow the new owner.
+    // A second owner is refused; release frees the name; a stale handle does not follow it.
     void ownershipOfAName() {
         const QString name = QStringLiteral("preferenceCommend");
         const QString otherName = QStringLiteral("HardwareInfoFromDaemon");
@@ -131,8 +127,7 @@ class MessagePortTest : public QObject {
         QCOMPARE(second.data(), QList<QByteArray>{"new"});
     }
 
-    // Requests arrive in order on the main thread, with their msgid, and every byte of request
-    // and reply intact (zero bytes, empty, 64 KiB).
+    // In order, on the main thread, msgid and bytes intact (zero bytes, empty, 64 KiB).
     void requestsAndRepliesArriveIntactAndInOrder() {
         RecordingPort port;
         QVERIFY(port.open(QStringLiteral("Echo")));
@@ -162,9 +157,7 @@ class MessagePortTest : public QObject {
         }
     }
 
-    // A request from a worker thread (which runs no event loop) reports on the main thread,
-    // whether it is answered, its call has failed already when its outcome is awaited, or it
-    // fails by its time-out.
+    // Answered, failed at once or timed out: the outcome comes on the main thread.
     void requestFromAWorkerThreadReportsOnTheMainThread_data() {
         QTest::addColumn<QString>("outcome");
         QTest::newRow("answered") << QStringLiteral("done");
@@ -208,8 +201,7 @@ class MessagePortTest : public QObject {
                                              : std::vector<QByteArray>{"from worker"});
     }
 
-    // A deferred reply arrives when given, once; a reply bound to a context runs only while the
-    // context lives (an unbound one sent at the same time shows that the replies did arrive).
+    // The unbound request shows that replies arrived; the dead context's callback never runs.
     void deferredRepliesArriveOnceAndOnlyToLivingContexts() {
         std::vector<PortResponder> pending;
         auto port = LocalMessagePort::createDeferred(
@@ -276,8 +268,7 @@ class MessagePortTest : public QObject {
         QVERIFY(!RemoteMessagePort::lookup(QStringLiteral("Nowhere"), dead));
     }
 
-    // A port refuses callers of another uid: the same call, run as root and as user nobody on
-    // a private bus that admits both users, is served once and refused once.
+    // The same call as root and as nobody, on a private bus admitting both: served once.
     void callerOfAnotherUidIsRefused() {
         const QString setpriv = QStandardPaths::findExecutable(QStringLiteral("setpriv"));
         const QString dbusSend = QStandardPaths::findExecutable(QStringLiteral("dbus-send"));
