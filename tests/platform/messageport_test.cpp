@@ -22,12 +22,6 @@ using namespace tavix;
 
 namespace {
 
-struct Received {
-    qint32 msgid;
-    QByteArray data;
-    bool onMainThread;
-};
-
 bool onMainThread() {
     return QThread::currentThread() == QCoreApplication::instance()->thread();
 }
@@ -41,22 +35,19 @@ QByteArray inverted(QByteArray data) {
 
 // A port that records what arrives and answers with the request's bytes inverted.
 struct RecordingPort {
-    std::vector<Received> received;
+    std::vector<qint32> msgids;
+    QList<QByteArray> data;
+    bool allOnMainThread = true;
     std::unique_ptr<LocalMessagePort> port;
 
     bool open(const QString &name) {
-        port = LocalMessagePort::create(name, [this](qint32 msgid, const QByteArray &data) {
-            received.push_back({msgid, data, onMainThread()});
-            return inverted(data);
+        port = LocalMessagePort::create(name, [this](qint32 msgid, const QByteArray &bytes) {
+            msgids.push_back(msgid);
+            data << bytes;
+            allOnMainThread = allOnMainThread && onMainThread();
+            return inverted(bytes);
         });
         return port != nullptr;
-    }
-    QList<QByteArray> data() const {
-        QList<QByteArray> out;
-        for (const Received &r : received) {
-            out << r.data;
-        }
-        return out;
     }
 };
 
@@ -112,8 +103,8 @@ class MessagePortTest : public QObject {
         QVERIFY(!second.open(name));
         QCOMPARE(roundTrip(name, 1, "to first"), inverted("to first"));
         QCOMPARE(roundTrip(otherName, 2, "to other"), inverted("to other"));
-        QCOMPARE(first.data(), QList<QByteArray>{"to first"});
-        QCOMPARE(other.data(), QList<QByteArray>{"to other"});
+        QCOMPARE(first.data, QList<QByteArray>{"to first"});
+        QCOMPARE(other.data, QList<QByteArray>{"to other"});
 
         auto stale = RemoteMessagePort::lookup(name);
         QVERIFY(stale && RemoteMessagePort::tracked(name));
@@ -124,7 +115,7 @@ class MessagePortTest : public QObject {
         QVERIFY(second.open(name));
         QCOMPARE(roundTrip(*stale, 0, "old"), "failed");
         QCOMPARE(roundTrip(name, 0, "new"), inverted("new"));
-        QCOMPARE(second.data(), QList<QByteArray>{"new"});
+        QCOMPARE(second.data, QList<QByteArray>{"new"});
     }
 
     // In order, on the main thread, msgid and bytes intact (zero bytes, empty, 64 KiB).
@@ -148,11 +139,11 @@ class MessagePortTest : public QObject {
             });
         }
         QVERIFY(QTest::qWaitFor([&] { return replies.size() == sent.size(); }, 10000));
-        QCOMPARE(port.received.size(), sent.size());
+        QCOMPARE(port.data.size(), qsizetype(sent.size()));
+        QVERIFY(port.allOnMainThread);
         for (size_t i = 0; i < sent.size(); ++i) {
-            QCOMPARE(port.received[i].msgid, sent[i].first);
-            QCOMPARE(port.received[i].data, sent[i].second);
-            QVERIFY(port.received[i].onMainThread);
+            QCOMPARE(port.msgids[i], sent[i].first);
+            QCOMPARE(port.data[i], sent[i].second);
             QCOMPARE(replies[i], inverted(sent[i].second));
         }
     }
