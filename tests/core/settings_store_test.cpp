@@ -109,8 +109,9 @@ TEST(SettingsDictTest, MissingKeysReadAsZeroAndSetKeepsOrder) {
     EXPECT_EQ(d.keys(), (std::vector<std::string>{"a"}));
 }
 
-// Keys, order and kinds as the file holds them (RotateMode is a boolean there).
-TEST_F(StoreTest, FirstUseWritesTheDefaults) {
+// Keys, order and kinds as the file holds them (RotateMode is a boolean there). A merge then
+// keeps a replaced key in its place, adds new keys last and keeps the keys it does not name.
+TEST_F(StoreTest, FirstUseWritesTheDefaultsAndAMergeKeepsThem) {
     const SettingsDict utilitiesDefaults = dictOf({{"currentPageIndex", 0},
                                                    {"isShowStatuMenu", true},
                                                    {"DriverEnable", true},
@@ -119,24 +120,28 @@ TEST_F(StoreTest, FirstUseWritesTheDefaults) {
     ASSERT_FALSE(pathExists(getUilitiesFilePath()));
     EXPECT_EQ(readUtilitiesDictionary(), utilitiesDefaults);
     EXPECT_EQ(readPlistFile(getUilitiesFilePath()), utilitiesDefaults);
-
-    const SettingsDict settingsDefaults = dictOf({{"CalibrationHotKey", "C"},
-                                                  {"SimpleHotKey", "S"},
-                                                  {"CalibrationType", 0},
-                                                  {"InputMode", 0},
-                                                  {"SimpleCalibrationType", 0},
-                                                  {"DoubleClickRange", 32},
-                                                  {"DoubleClickRate", 0.5},
-                                                  {"RotateMode", false},
-                                                  {"DriverVersion", "0.8.0.3"},
-                                                  {"EraserAreaMode", true},
-                                                  {"FounctionButton1", true},
-                                                  {"FounctionButton2", true},
-                                                  {"ShowResolutionNotice", true},
-                                                  {"TwoFingerSwipe", true},
-                                                  {"TwoFingerPinch", true},
-                                                  {"TwoFingerRotation", true}});
+    SettingsDict settingsDefaults = dictOf({{"CalibrationHotKey", "C"},
+                                            {"SimpleHotKey", "S"},
+                                            {"CalibrationType", 0},
+                                            {"InputMode", 0},
+                                            {"SimpleCalibrationType", 0},
+                                            {"DoubleClickRange", 32},
+                                            {"DoubleClickRate", 0.5},
+                                            {"RotateMode", false},
+                                            {"DriverVersion", "0.8.0.3"},
+                                            {"EraserAreaMode", true},
+                                            {"FounctionButton1", true},
+                                            {"FounctionButton2", true},
+                                            {"ShowResolutionNotice", true},
+                                            {"TwoFingerSwipe", true},
+                                            {"TwoFingerPinch", true},
+                                            {"TwoFingerRotation", true}});
     EXPECT_EQ(readSettingItemsFromPlist(settingsFile()), settingsDefaults);
+    EXPECT_EQ(readPlistFile(settingsFile()), settingsDefaults);
+    const SettingsDict items = dictOf({{"DoubleClickRange", 45}, {"PenSoftSupport", true}});
+    ASSERT_TRUE(saveSettingItemsToPlist(items, settingsFile()));
+    settingsDefaults.set("DoubleClickRange", 45);
+    settingsDefaults.set("PenSoftSupport", true);
     EXPECT_EQ(readPlistFile(settingsFile()), settingsDefaults);
 }
 
@@ -146,17 +151,6 @@ TEST_F(StoreTest, MergesCreateFilesWithoutDefaults) {
     EXPECT_EQ(readUtilitiesDictionary(), dictOf({{"currentPageIndex", 2}}));
     ASSERT_TRUE(saveSettingItemsToPlist(SettingsDict(), settingsFile()));
     EXPECT_EQ(readSettingItemsFromPlist(settingsFile()), SettingsDict());
-}
-
-// A replaced key keeps its place, new keys go last, keys only in the file stay.
-TEST_F(StoreTest, MergeReplacesAddsAndKeepsKeysOnlyInTheFile) {
-    readSettingItemsFromPlist(settingsFile());
-    SettingsDict expected = settingItemsDefaults();
-    const SettingsDict items = dictOf({{"DoubleClickRange", 45}, {"PenSoftSupport", true}});
-    ASSERT_TRUE(saveSettingItemsToPlist(items, settingsFile()));
-    expected.set("DoubleClickRange", 45);
-    expected.set("PenSoftSupport", true);
-    EXPECT_EQ(readPlistFile(settingsFile()), expected);
 }
 
 // Reals to the last bit, negative integers, escaped text, opaque arrays survive a merge.
@@ -221,7 +215,6 @@ TEST_F(StoreTest, WritesKeepTheTargetsPermissionsAndFailCleanlyWithoutAFolder) {
     struct stat st {};
     ASSERT_EQ(::stat(settingsFile().c_str(), &st), 0);
     EXPECT_EQ(st.st_mode & 07777, 0640u);
-
     EXPECT_FALSE(writePlistFileAtomically(utilitiesDefaults(), home_ + "/no/such/folder/x.plist"));
     EXPECT_FALSE(writePlistFileAtomically(utilitiesDefaults(), home_));  // a folder
 }
@@ -327,7 +320,6 @@ TEST_F(StoreTest, ConcurrentWritersLoseNoUpdateAndReadersNeverSeeATornFile) {
     const std::string path = folder + "/Utilities.plist";
     ASSERT_TRUE(writePlistFileAtomically(utilitiesDefaults(), path));
     constexpr int kWriters = 4, kUpdates = 3000;
-
     for (int w = 0; w < kWriters; ++w) {
         const pid_t child = ::fork();
         ASSERT_GE(child, 0);
