@@ -71,7 +71,6 @@ TEST(HardwareReportsTest, LengthsAndTypes) {
         {Msg(6, REPORT_SELF_TEST_RESULT), true, 0},
         {Msg(7, REPORT_SELF_TEST_RESULT), true, 1},
         {Msg(14, REPORT_SELF_TEST_RESULT), true, 2},
-        {Msg(15, REPORT_SELF_TEST_RESULT), true, 2},
         {{2, 1, 2, 3}, false, 0},
     };
     for (const auto &c : cases) {
