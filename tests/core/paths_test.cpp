@@ -101,12 +101,8 @@ TEST_F(PathsTest, FileInTheWayOfTheFoldersStillYieldsThePath) {
 
 TEST(AppendPathComponent, PlacesExactlyOneSeparator) {
     const std::tuple<const char *, const char *, const char *> cases[] = {
-        {"/a/b", "c", "/a/b/c"},
-        {"/a/b/", "c", "/a/b/c"},
-        {"/a/b//", "/c", "/a/b/c"},
-        {"/", "c", "/c"},
-        {"/a", "", "/a"},
-        {"", "c", "c"},
+        {"/a/b", "c", "/a/b/c"}, {"/a/b/", "c", "/a/b/c"}, {"/a/b//", "/c", "/a/b/c"},
+        {"/", "c", "/c"},        {"/a", "", "/a"},         {"", "c", "c"},
     };
     for (const auto &[base, component, expected] : cases) {
         EXPECT_EQ(appendPathComponent(base, component), expected) << base << " + " << component;
