@@ -34,7 +34,6 @@ TEST_F(PathsTest, EveryPathFollowsItsRootAndFolderName) {
         {getPreferenceFolderPath, prefs},
         {[] { return getSettingsFilePath(317); }, prefs + "/Settings_317.plist"},
         {[] { return getSettingsFilePath(INT32_MIN); }, prefs + "/Settings_-2147483648.plist"},
-        {[] { return getSettingsFileName(INT32_MAX); }, "Settings_2147483647.plist"},
         {getAdvanceCalibrationFilePath, prefs + "/advanceCalibrationPoints.plist"},
         {getUilitiesFilePath, prefs + "/Utilities.plist"},
         {calibrationToolFullPath,
@@ -55,16 +54,10 @@ TEST_F(PathsTest, EveryPathFollowsItsRootAndFolderName) {
     }
 }
 
-// No lookup: the key names the folder; the system lists never use the name.
+// No lookup: the key names the folder.
 TEST_F(PathsTest, FolderNameFallsBackToTheKeyOrMayBeEmpty) {
     EXPECT_EQ(getUilitiesFilePath(),
               home_ + "/Library/Preferences/PreferenceFolderName/Utilities.plist");
-    EXPECT_EQ(utilitiesAppInStatusBarFullPath(),
-              system_ +
-                  "/Application Support/PreferenceFolderName/StatusBarApp/"
-                  "TavixTouchSettingUtility.app");
-    EXPECT_EQ(getSupportDeviceListFilePath(),
-              system_ + "/Preferences/TavixTouchPanel/DeviceList.plist");
     useFolderName("");
     EXPECT_EQ(getUilitiesFilePath(), home_ + "/Library/Preferences/Utilities.plist");
     EXPECT_EQ(getPreferenceFolderPath(), home_ + "/Library/Preferences/");

@@ -154,6 +154,7 @@ TEST_F(PlistGuardFileTest, HugeAndDeepFilesAreRefusedWithoutCrashOrBigMemory) {
     const std::pair<const char *, std::string> cases[] = {
         {"3.5 MB: a comment of 150,000 closing tags, then 150,000 nested arrays",
          plist("<!--" + repeat("</array>", 150'000) + "-->" + nested(150'000))},
+        {"1,000,000-deep nest", plist(nested(1'000'000))},
         {"100 MB file", ""},  // sparse: made below, never held in memory
     };
     for (const auto &[label, bytes] : cases) {
