@@ -79,7 +79,6 @@ TEST(PlistValueTest, NumericConversionFollowsOneRule) {
          1e300},
         {"NaN reads 0", PlistValue(std::nan("")), 0, false, std::nan("")},
         {"string is not a number", PlistValue("12"), 0, false, 0.0},
-        {"opaque is not a number", PlistValue(OpaqueValue()), 0, false, 0.0},
     };
     for (const auto &c : cases) {
         EXPECT_EQ(c.value.toInt(), c.asInt) << c.label;
@@ -169,7 +168,12 @@ TEST_F(StoreTest, FilesAreReadAndWrittenBackUnchanged) {
 
 // Why the guard refuses a file is pinned in its own table; any refusal reads empty here.
 TEST_F(StoreTest, UnreadableFilesReadEmptyAndAreNeverOverwritten) {
+    const std::string head =
+        "<?xml version=\"1.0\"?><plist version=\"1.0\"><dict><key>s</key><string>";
+    const std::string tail = "</string></dict></plist>";
+    const std::size_t fits = kMaxPlistFileSize - head.size() - tail.size();
     const std::pair<const char *, std::string> cases[] = {
+        {"one byte over the size cap", head + std::string(fits + 1, 'x') + tail},
         {"truncated XML", "<?xml version=\"1.0\"?><plist version=\"1.0\"><dict><key>currentDe"},
         {"array root", "<?xml version=\"1.0\"?><plist version=\"1.0\"><array/></plist>"},
         {"binary with bad trailer", std::string("bplist00") + std::string(40, '\xff')},
@@ -183,17 +187,8 @@ TEST_F(StoreTest, UnreadableFilesReadEmptyAndAreNeverOverwritten) {
         EXPECT_FALSE(saveSettingItemsToPlist(dictOf({{"VerboseLog", true}}), path)) << label;
         EXPECT_EQ(readBytes(path), bytes) << label << ": left byte for byte untouched";
     }
-}
-
-TEST_F(StoreTest, OversizedFileIsRefusedButOneJustUnderTheCapIsRead) {
-    const std::string head =
-        "<?xml version=\"1.0\"?><plist version=\"1.0\"><dict><key>s</key><string>";
-    const std::string tail = "</string></dict></plist>";
-    const std::size_t fits = kMaxPlistFileSize - head.size() - tail.size();
-    writeBytes(settingsFile(), head + std::string(fits, 'x') + tail);
-    EXPECT_EQ(readPlistFile(settingsFile()), dictOf({{"s", std::string(fits, 'x')}}));
-    writeBytes(settingsFile(), head + std::string(fits + 1, 'x') + tail);
-    EXPECT_FALSE(readPlistFile(settingsFile()).has_value());
+    writeBytes(path, head + std::string(fits, 'x') + tail);
+    EXPECT_EQ(readUtilitiesDictionary(), dictOf({{"s", std::string(fits, 'x')}}));
 }
 
 // A merge into a missing file creates just what it merges; no file is completed with defaults.
