@@ -63,7 +63,7 @@ TEST_F(PathsTest, FolderNameFallsBackToTheKeyOrMayBeEmpty) {
     EXPECT_EQ(getPreferenceFolderPath(), home_ + "/Library/Preferences/");
 }
 
-TEST_F(PathsTest, FoldersAreCreatedOnEachLookupWhileApplicationPathsAreNot) {
+TEST_F(PathsTest, FoldersAreCreatedOnEachLookupUnlessAFileIsInTheWay) {
     useFolderName("TavixTouch");
     const fs::path folder = home_ + "/Library/Preferences/TavixTouch";
     ASSERT_FALSE(fs::exists(folder));
@@ -77,11 +77,8 @@ TEST_F(PathsTest, FoldersAreCreatedOnEachLookupWhileApplicationPathsAreNot) {
     utilitiesAppInStatusBarFullPath();
     calibrationToolFullPath();
     EXPECT_FALSE(fs::exists(system_ + "/Application Support"));
-}
-
-// A file in the way of the folders: the path is still given and the file left alone.
-TEST_F(PathsTest, FileInTheWayOfTheFoldersStillYieldsThePath) {
-    useFolderName("TavixTouch");
+    // A file in the way of the folders: the path is still given and the file left alone.
+    fs::remove_all(home_ + "/Library");
     std::ofstream(home_ + "/Library") << "not a folder";
     EXPECT_EQ(getUilitiesFilePath(), home_ + "/Library/Preferences/TavixTouch/Utilities.plist");
     EXPECT_TRUE(fs::is_regular_file(home_ + "/Library"));

@@ -59,10 +59,6 @@ std::string binaryPlist(const std::vector<std::string> &objects) {
     return out + trailer;
 }
 
-const std::string kDoctype =
-    "<!DOCTYPE plist PUBLIC \"-//Apple//DTD PLIST 1.0//EN\" "
-    "\"http://www.apple.com/DTDs/PropertyList-1.0.dtd\">";
-
 TEST(PlistGuardTest, HostileFilesAreRefusedForTheRightReason) {
     const std::size_t limit = kMaxPlistDepth;
     // Binary: object 0 is the dict {"k": object 2}, object 1 the key "k".
@@ -88,7 +84,11 @@ TEST(PlistGuardTest, HostileFilesAreRefusedForTheRightReason) {
         V verdict;
     };
     const Case cases[] = {
-        {"plain file with a DOCTYPE", plist("<integer>1</integer>", kDoctype), V::Accept},
+        {"plain file with a DOCTYPE",
+         plist("<integer>1</integer>",
+               "<!DOCTYPE plist PUBLIC \"-//Apple//DTD PLIST 1.0//EN\" "
+               "\"http://www.apple.com/DTDs/PropertyList-1.0.dtd\">"),
+         V::Accept},
         {"nesting at the limit", plist(nested(limit - 1)), V::Accept},
         {"one level past the limit", plist(nested(limit)), V::TooDeep},
         {"empty containers do not nest",
