@@ -10,7 +10,6 @@
 #include <unistd.h>
 
 #include <memory>
-#include <optional>
 #include <thread>
 #include <vector>
 
