@@ -35,8 +35,6 @@ TEST(CommandsTest, BuildersProduceTheExactBytesAndDecodeReadsThemBack) {
         {makeCommandU16(COMMAND_SET_ROTATE_MODE, 0x0102), "15 02 01", 2, 0x0102},
         {makeCommandDouble(COMMAND_SET_DOUBLE_CLICK_SPEED, 0.1), "02 9A 99 99 99 99 99 B9 3F", 8,
          0.1},
-        {makeCommandDouble(COMMAND_SET_DOUBLE_CLICK_SPEED, -2.0), "02 00 00 00 00 00 00 00 C0", 8,
-         -2.0},
         {makeCommandDouble(COMMAND_SET_DOUBLE_CLICK_SPEED, -0.0), "02 00 00 00 00 00 00 00 80", 8,
          -0.0},
         {makeCommandU8(COMMAND_SET_CALIBRATION_HOT_KEY, 'C'), "18 43", 1, 'C'},
@@ -93,20 +91,16 @@ TEST(CommandsTest, HardwareTypeIsTheFirstFourReplyBytes) {
         Bytes reply;
         std::optional<std::int32_t> expected;
     } cases[] = {
-        {{0x3D, 0x01, 0x00, 0x00}, 317},        {{0x03, 0x01, 0x00, 0x00, 0xAA, 0xBB}, 259},
-        {{0x00, 0x00, 0x00, 0x01}, 0x01000000}, {{0x00, 0x00, 0x00, 0x80}, INT32_MIN},
-        {{0x3D, 0x01, 0x00}, std::nullopt},     {{}, std::nullopt},
+        {{0x3D, 0x01, 0x00, 0x00}, 317},
+        {{0x03, 0x01, 0x00, 0x00, 0xAA, 0xBB}, 259},
+        {{0x00, 0x00, 0x00, 0x80}, INT32_MIN},
+        {{0x3D, 0x01, 0x00}, std::nullopt},
+        {{}, std::nullopt},
     };
     for (const auto &c : cases) {
         EXPECT_EQ(decodeHardwareType(c.reply.data(), c.reply.size()), c.expected) << hex(c.reply);
     }
     EXPECT_EQ(decodeHardwareType(nullptr, 4), std::nullopt);
-}
-
-TEST(CommandsDeathTest, BuilderWithTheWrongWidthIsCaughtInDebugBuilds) {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
-    EXPECT_DEBUG_DEATH(makeCommandU16(COMMAND_START_SELF_TEST, 1), "payload width");
-    EXPECT_DEBUG_DEATH(makeCommand(COMMAND_SET_DOUBLE_CLICK_RANGE), "payload width");
 }
 
 TEST(CommandsTest, PageCodesExistForTheFourPagesOnly) {

@@ -84,16 +84,6 @@ TEST_F(PathsTest, FoldersAreCreatedOnEachLookupUnlessAFileIsInTheWay) {
     EXPECT_TRUE(fs::is_regular_file(home_ + "/Library"));
 }
 
-TEST(AppendPathComponent, PlacesExactlyOneSeparator) {
-    const std::tuple<const char *, const char *, const char *> cases[] = {
-        {"/a/b", "c", "/a/b/c"}, {"/a/b/", "c", "/a/b/c"}, {"/a/b//", "/c", "/a/b/c"},
-        {"/", "c", "/c"},        {"/a", "", "/a"},         {"", "c", "c"},
-    };
-    for (const auto &[base, component, expected] : cases) {
-        EXPECT_EQ(appendPathComponent(base, component), expected) << base << " + " << component;
-    }
-}
-
 TEST_F(PathsTest, SystemLibraryHasADefaultWithoutTheEnvironment) {
     ::unsetenv("TAVIX_SYSTEM_LIBRARY");
     EXPECT_EQ(systemLibraryFolder(), TAVIX_SYSTEM_LIBRARY_DEFAULT);

@@ -63,9 +63,6 @@ TEST(SelfTestTest, Judging) {
         const char *expected;  // summaries "label:LED/sensor", then error rows
     } cases[] = {
         {{}, "Top:OK/OK "},
-        {{rec(1, 1, 0, 1), rec(1, 2, 0, 1), rec(1, 3, 0, 1), rec(1, 4, 0, 1)},
-         "Top:ALL/OK [Top 1 01][Top 2 01][Top 3 01][Top 4 01]"},
-        {{rec(1, 1), rec(1, 2, 1, 0), rec(1, 3), rec(1, 4)}, "Top:OK/Check [Top 2 10]"},
         // A point beyond its area's "Point" neither counts as tested nor is listed.
         {{rec(1, 1, 1, 1), rec(1, 5, 1, 1)}, "Top:ALL/ALL [Top 1 11]"},
         // Area numbers 0 and 200 have no definition and are skipped without stopping.

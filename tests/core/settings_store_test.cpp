@@ -70,7 +70,6 @@ TEST(PlistValueTest, NumericConversionFollowsOneRule) {
     };
     const Case cases[] = {
         {"integer", PlistValue(42), 42, true, 42.0},
-        {"zero", PlistValue(0), 0, false, 0.0},
         {"true", PlistValue(true), 1, true, 1.0},
         {"false", PlistValue(false), 0, false, 0.0},
         {"negative real truncates toward zero", PlistValue(-2.9), -2, true, -2.9},
@@ -89,22 +88,6 @@ TEST(PlistValueTest, NumericConversionFollowsOneRule) {
             EXPECT_DOUBLE_EQ(c.value.toDouble(), c.asDouble) << c.label;
         }
     }
-}
-
-TEST(SettingsDictTest, MissingKeysReadAsZeroAndSetKeepsOrder) {
-    SettingsDict d;
-    EXPECT_EQ(d.intValue("nothing"), 0);
-    EXPECT_FALSE(d.boolValue("nothing"));
-    EXPECT_EQ(d.doubleValue("nothing"), 0.0);
-    EXPECT_EQ(d.stringValue("nothing"), "");
-    d.set("b", 1);
-    d.set("a", "x");
-    d.set("b", false);  // replaced in place
-    EXPECT_EQ(d.keys(), (std::vector<std::string>{"b", "a"}));
-    EXPECT_TRUE(d.find("b")->isBool());
-    EXPECT_TRUE(d.remove("b"));
-    EXPECT_FALSE(d.remove("b"));
-    EXPECT_EQ(d.keys(), (std::vector<std::string>{"a"}));
 }
 
 // Keys, order and kinds as the file holds them (RotateMode is a boolean there). A merge then
@@ -177,7 +160,6 @@ TEST_F(StoreTest, UnreadableFilesReadEmptyAndAreNeverOverwritten) {
         {"truncated XML", "<?xml version=\"1.0\"?><plist version=\"1.0\"><dict><key>currentDe"},
         {"array root", "<?xml version=\"1.0\"?><plist version=\"1.0\"><array/></plist>"},
         {"binary with bad trailer", std::string("bplist00") + std::string(40, '\xff')},
-        {"zero bytes", ""},
     };
     const std::string path = getUilitiesFilePath();
     for (const auto &[label, bytes] : cases) {

@@ -189,21 +189,6 @@ class MessagePortTest : public QObject {
         QTRY_COMPARE(busPeers(), peers);
     }
 
-    // On a connection the caller gives, a port leaves the connection usable for the next one.
-    void portWithoutCallbackRepliesEmptyAndNeedsABus() {
-        QDBusConnection given =
-            QDBusConnection::connectToBus(QDBusConnection::SessionBus, QStringLiteral("given"));
-        for (int i = 0; i < 2; ++i) {
-            auto port = LocalMessagePort::create(QStringLiteral("Silent"), PortCallback(), given);
-            QVERIFY2(port, "the connection still exports the previous port's object");
-            QCOMPARE(roundTrip(QStringLiteral("Silent"), 0, QByteArray("\x01", 1)), QByteArray());
-        }
-        QVERIFY(given.isConnected());
-        QDBusConnection dead(QStringLiteral("no-such-connection"));
-        QVERIFY(!LocalMessagePort::create(QStringLiteral("Nowhere"), PortCallback(), dead));
-        QVERIFY(!RemoteMessagePort::lookup(QStringLiteral("Nowhere"), dead));
-    }
-
     // The same call as root and as nobody, on a private bus admitting both: served once.
     void callerOfAnotherUidIsRefused() {
         const QString setpriv = QStandardPaths::findExecutable(QStringLiteral("setpriv"));
