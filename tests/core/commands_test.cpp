@@ -103,17 +103,5 @@ TEST(CommandsTest, HardwareTypeIsTheFirstFourReplyBytes) {
     EXPECT_EQ(decodeHardwareType(nullptr, 4), std::nullopt);
 }
 
-TEST(CommandsTest, PageCodesExistForTheFourPagesOnly) {
-    const std::pair<int, std::optional<PreferenceCode>> cases[] = {
-        {-1, std::nullopt},
-        {0, PreferenceCode::SelectCalibrationPage},
-        {3, PreferenceCode::SelectVersionPage},
-        {4, std::nullopt},
-    };
-    for (const auto &[page, expected] : cases) {
-        EXPECT_EQ(selectPageCode(page), expected) << "page " << page;
-    }
-}
-
 }  // namespace
 }  // namespace tavix

@@ -61,24 +61,20 @@ TEST(HardwareReportsTest, LengthsAndTypes) {
     const struct {
         Msg bytes;
         bool decoded;
-        std::size_t records;
     } cases[] = {
-        {{}, false, 0},
-        {{REPORT_DIP_SW}, false, 0},
-        {{REPORT_DIP_SW, 0xFF}, true, 0},
-        {{REPORT_CHECKSUM_AND_VERSION, 1, 2, 3, 4, 5}, false, 0},
-        {{REPORT_CHECKSUM_AND_VERSION, 1, 2, 3, 4, 5, 6}, true, 0},
-        {{REPORT_BUTTON_STATE, 1, 0}, false, 0},
-        {{REPORT_BUTTON_STATE, 1, 0, 2}, true, 0},
-        {{2, 1, 2, 3}, false, 0},
+        {{}, false},
+        {{REPORT_DIP_SW}, false},
+        {{REPORT_DIP_SW, 0xFF}, true},
+        {{REPORT_CHECKSUM_AND_VERSION, 1, 2, 3, 4, 5}, false},
+        {{REPORT_CHECKSUM_AND_VERSION, 1, 2, 3, 4, 5, 6}, true},
+        {{REPORT_BUTTON_STATE, 1, 0}, false},
+        {{REPORT_BUTTON_STATE, 1, 0, 2}, true},
+        {{2, 1, 2, 3}, false},
     };
     for (const auto &c : cases) {
         // Exact-size heap blocks: the sanitizers catch a read past the end.
         const auto report = decodeHardwareReport(c.bytes.data(), c.bytes.size());
         ASSERT_EQ(report.has_value(), c.decoded) << "length " << c.bytes.size();
-        if (report) {
-            EXPECT_EQ(report->records.size(), c.records) << "length " << c.bytes.size();
-        }
     }
 }
 

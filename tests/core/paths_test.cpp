@@ -84,10 +84,5 @@ TEST_F(PathsTest, FoldersAreCreatedOnEachLookupUnlessAFileIsInTheWay) {
     EXPECT_TRUE(fs::is_regular_file(home_ + "/Library"));
 }
 
-TEST_F(PathsTest, SystemLibraryHasADefaultWithoutTheEnvironment) {
-    ::unsetenv("TAVIX_SYSTEM_LIBRARY");
-    EXPECT_EQ(systemLibraryFolder(), TAVIX_SYSTEM_LIBRARY_DEFAULT);
-}
-
 }  // namespace
 }  // namespace tavix

@@ -80,7 +80,6 @@ class DisplayProviderTest : public QObject {
         QTest::newRow("named") << named << 0x10ACu << "DELL U2412M";
         QTest::newRow("no file") << QByteArray() << unknown << "";
         QTest::newRow("127 bytes") << named.left(127) << unknown << "";
-        QTest::newRow("garbage") << QByteArray(256, 'Z') << unknown << "";
         QTest::newRow("name stops at control") << edid(1, 2,
                                                        "AB\x01"
                                                        "CD")
@@ -107,7 +106,6 @@ class DisplayProviderTest : public QObject {
         QTest::addColumn<QString>("connector");
         QTest::newRow("by name") << "DSI-1/" << 2u << "DSI-1";
         QTest::newRow("by monitor name") << "DisplayPort-0/Panel B" << 3u << "DP-3";
-        QTest::newRow("Xvfb") << ":99.0/" << kDisplayVendorIDUnknown << ":99.0";
         QTest::newRow("disconnected") << "HDMI-A-1/" << kDisplayVendorIDUnknown << "HDMI-A-1";
     }
     void pairing() {
@@ -137,8 +135,6 @@ class DisplayProviderTest : public QObject {
         // The demo's fixture: the simulated panel's display and a built-in one.
         QTest::newRow("shipped") << readAll(TAVIX_DATA_DIR "/displays.json") << 2;
         QTest::newRow("missing") << QByteArray() << -1;
-        QTest::newRow("not JSON") << QByteArray("[{\"name\": ") << -1;
-        QTest::newRow("odd entries") << QByteArray(R"([3, {"vendor": -5, "width": "w"}])") << 2;
     }
     void fixture() {
         QFETCH(QByteArray, json);
@@ -153,12 +149,11 @@ class DisplayProviderTest : public QObject {
         qunsetenv("TAVIX_DISPLAYS");
         QCOMPARE(int(displays.size()), std::max(count, 0));
         if (count == 2) {
-            const bool odd = displays[0].connector.isEmpty();
-            QCOMPARE(displays[0].bounds, odd ? QRectF() : QRectF(0, 0, 1920, 1080));
-            QCOMPARE(displays[0].model, odd ? 0u : 12656u);
-            QCOMPARE(displays[1].vendor, odd ? 0u : 3503u);
-            QCOMPARE(displays[1].builtin, !odd);
-            QCOMPARE(displayDescription(displays[1]), odd ? "" : "eDP-1");
+            QCOMPARE(displays[0].bounds, QRectF(0, 0, 1920, 1080));
+            QCOMPARE(displays[0].model, 12656u);
+            QCOMPARE(displays[1].vendor, 3503u);
+            QVERIFY(displays[1].builtin);
+            QCOMPARE(displayDescription(displays[1]), "eDP-1");
         }
     }
 };
