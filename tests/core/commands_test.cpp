@@ -52,25 +52,6 @@ TEST(CommandsTest, BuildersProduceTheExactBytesAndDecodeReadsThemBack) {
     }
 }
 
-TEST(CommandsTest, CodeAndPayloadWidthOfEveryCommand) {
-    // Every code the pane sends, with its payload width; all other codes are unknown.
-    const std::pair<int, int> known[] = {
-        {1, 2},  {2, 8},  {8, 2},  {9, 2},  {11, 2}, {13, 2}, {14, 2}, {15, 2},
-        {16, 2}, {17, 2}, {18, 2}, {19, 2}, {21, 2}, {23, 2}, {24, 1}, {25, 1},
-        {26, 0}, {27, 0}, {28, 0}, {29, 1}, {30, 1}, {31, 2}, {32, 0},
-    };
-    for (int code = 0; code <= 255; ++code) {
-        int expected = -1;
-        for (const auto &[k, width] : known) {
-            expected = k == code ? width : expected;
-        }
-        const auto c = static_cast<std::uint8_t>(code);
-        EXPECT_EQ(commandPayloadWidth(c), expected) << "code " << code;
-        EXPECT_EQ(commandName(c) != nullptr, expected >= 0) << "code " << code;
-    }
-    EXPECT_STREQ(commandName(31), "COMMAND_START_ADVANCE_CALIBRATION_2");
-}
-
 TEST(CommandsTest, DecodeRefusesMalformedMessages) {
     const Bytes cases[] = {
         {},

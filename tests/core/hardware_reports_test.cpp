@@ -63,12 +63,8 @@ TEST(HardwareReportsTest, LengthsAndTypes) {
         bool decoded;
     } cases[] = {
         {{}, false},
-        {{REPORT_DIP_SW}, false},
-        {{REPORT_DIP_SW, 0xFF}, true},
         {{REPORT_CHECKSUM_AND_VERSION, 1, 2, 3, 4, 5}, false},
         {{REPORT_CHECKSUM_AND_VERSION, 1, 2, 3, 4, 5, 6}, true},
-        {{REPORT_BUTTON_STATE, 1, 0}, false},
-        {{REPORT_BUTTON_STATE, 1, 0, 2}, true},
         {{2, 1, 2, 3}, false},
     };
     for (const auto &c : cases) {

@@ -33,7 +33,6 @@ TEST_F(PathsTest, EveryPathFollowsItsRootAndFolderName) {
     const std::pair<std::function<std::string()>, std::string> cases[] = {
         {getPreferenceFolderPath, prefs},
         {[] { return getSettingsFilePath(317); }, prefs + "/Settings_317.plist"},
-        {[] { return getSettingsFilePath(INT32_MIN); }, prefs + "/Settings_-2147483648.plist"},
         {getAdvanceCalibrationFilePath, prefs + "/advanceCalibrationPoints.plist"},
         {getUilitiesFilePath, prefs + "/Utilities.plist"},
         {calibrationToolFullPath,
