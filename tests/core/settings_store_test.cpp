@@ -114,6 +114,8 @@ TEST_F(StoreTest, FirstUseWritesTheDefaultsAndAMergeKeepsThem) {
     settingsDefaults.set("DoubleClickRange", 45);
     settingsDefaults.set("PenSoftSupport", true);
     EXPECT_EQ(readPlistFile(settingsFile()), settingsDefaults);
+    EXPECT_TRUE(settingsDefaults.remove("PenSoftSupport"));
+    EXPECT_FALSE(settingsDefaults.remove("PenSoftSupport"));
 }
 
 // Reals to the last bit, escaped text, opaque arrays survive a merge.
