@@ -118,7 +118,7 @@ TEST_F(StoreTest, FirstUseWritesTheDefaultsAndAMergeKeepsThem) {
     EXPECT_FALSE(settingsDefaults.remove("PenSoftSupport"));
 }
 
-// Reals to the last bit, escaped text, opaque arrays survive a merge.
+// Reals to the last bit and opaque arrays survive a merge.
 TEST_F(StoreTest, FilesAreReadAndWrittenBackUnchanged) {
     const std::string head = "<?xml version=\"1.0\"?><plist version=\"1.0\"><dict>";
     const std::string array = "<key>a</key><array><integer>1</integer></array>";
@@ -126,15 +126,12 @@ TEST_F(StoreTest, FilesAreReadAndWrittenBackUnchanged) {
         settingsFile(),
         head +
             "<key>i</key><integer>70000</integer><key>r</key><real>0.30000000000000004</real>"
-            "<key>b</key><true/><key>s</key><string>1.2 \xc3\xa9&lt;&amp;&gt;</string>" +
+            "<key>b</key><true/>" +
             array + "</dict></plist>");
     const std::optional<SettingsDict> opaque = parsePlist(head + array + "</dict></plist>");
     ASSERT_TRUE(opaque.has_value());
-    const SettingsDict expected = dictOf({{"i", 70000},
-                                          {"r", 0.30000000000000004},
-                                          {"b", true},
-                                          {"s", "1.2 \xc3\xa9<&>"},
-                                          {"a", *opaque->find("a")}});
+    const SettingsDict expected =
+        dictOf({{"i", 70000}, {"r", 0.30000000000000004}, {"b", true}, {"a", *opaque->find("a")}});
     EXPECT_EQ(readPlistFile(settingsFile()), expected);
     ASSERT_TRUE(saveSettingItemsToPlist(SettingsDict(), settingsFile()));
     EXPECT_EQ(readBytes(settingsFile()).rfind("<?xml", 0), 0u);
@@ -151,7 +148,6 @@ TEST_F(StoreTest, UnreadableFilesReadEmptyAndAreNeverOverwritten) {
         {"one byte over the size cap", head + std::string(fits + 1, 'x') + tail},
         {"truncated XML", "<?xml version=\"1.0\"?><plist version=\"1.0\"><dict><key>currentDe"},
         {"array root", "<?xml version=\"1.0\"?><plist version=\"1.0\"><array/></plist>"},
-        {"binary with bad trailer", std::string("bplist00") + std::string(40, '\xff')},
     };
     const std::string path = getUilitiesFilePath();
     for (const auto &[label, bytes] : cases) {
@@ -177,7 +173,6 @@ TEST_F(StoreTest, MergesCreateNoDefaultsKeepPermissionsAndFailCleanlyWithoutAFol
     ASSERT_EQ(::stat(settingsFile().c_str(), &st), 0);
     EXPECT_EQ(st.st_mode & 07777, 0640u);
     EXPECT_FALSE(writePlistFileAtomically(utilitiesDefaults(), home_ + "/no/such/folder/x.plist"));
-    EXPECT_FALSE(writePlistFileAtomically(utilitiesDefaults(), home_));  // a folder
 }
 
 TEST_F(StoreTest, KillDuringWriteNeverLeavesATornFile) {
