@@ -14,7 +14,6 @@
 #include <vector>
 
 #include "messageport.h"
-#include "messageportreceiver.h"
 #include "test_support.h"
 
 using namespace tavix;
