@@ -81,6 +81,7 @@ TEST(HardwareReportsTest, ReportTextsAreEscaped) {
     } cases[] = {
         {"Top \"1\"", "\"Top \\\"1\\\"\"", "Top &quot;1&quot;"},
         {"a\\b\n\x01", "\"a\\\\b\\n\\u0001\"", "a\\b\n\x01"},
+        {"Ecke \xC3\xBC", "\"Ecke \xC3\xBC\"", "Ecke \xC3\xBC"},
         {"bad \xFF<", "\"bad \\u00ff<\"", "bad \xFF&lt;"},
         {"cut \xC3", "\"cut \\u00c3\"", "cut \xC3"},
     };

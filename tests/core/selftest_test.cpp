@@ -31,7 +31,6 @@ TEST(SelfTestTest, RunsOfAreasDecideTheRetry) {
         int runs;
         bool restart;
     } cases[] = {
-        {{}, 0, true},
         {{rec(0, 1), rec(0, 2), rec(1, 1), rec(2, 1)}, 2, true},
         {{rec(3, 1), rec(200, 1), rec(0, 1), rec(1, 1)}, 4, false},
     };
