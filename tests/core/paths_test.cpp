@@ -1,7 +1,6 @@
 #include "paths.h"
 
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 
 #include <filesystem>
 #include <fstream>
@@ -27,135 +26,61 @@ class PathsTest : public TempEnvTest {
     }
 };
 
-struct PathCase {
-    const char *label;
-    std::function<std::string()> call;
-    // Relative to HOME ("~") or the system Library folder ("@").
-    const char *expected;
-};
-
+// Expected paths are relative to HOME ("~") or the system Library folder ("@").
 TEST_F(PathsTest, EveryPathFollowsItsRootAndFolderName) {
     useFolderName("TavixTouch");
-    const PathCase cases[] = {
-        {"preference folder", getPreferenceFolderPath, "~/Library/Preferences/TavixTouch"},
-        {"settings 317", [] { return getSettingsFilePath(317); },
-         "~/Library/Preferences/TavixTouch/Settings_317.plist"},
-        {"settings 0", [] { return getSettingsFilePath(0); },
-         "~/Library/Preferences/TavixTouch/Settings_0.plist"},
-        {"settings -1", [] { return getSettingsFilePath(-1); },
-         "~/Library/Preferences/TavixTouch/Settings_-1.plist"},
-        {"advance calibration", getAdvanceCalibrationFilePath,
-         "~/Library/Preferences/TavixTouch/advanceCalibrationPoints.plist"},
-        {"utilities", getUilitiesFilePath, "~/Library/Preferences/TavixTouch/Utilities.plist"},
-        {"calibration tool", calibrationToolFullPath,
+    const std::string prefs = "~/Library/Preferences/TavixTouch";
+    const std::pair<std::function<std::string()>, std::string> cases[] = {
+        {getPreferenceFolderPath, prefs},
+        {[] { return getSettingsFilePath(317); }, prefs + "/Settings_317.plist"},
+        {getAdvanceCalibrationFilePath, prefs + "/advanceCalibrationPoints.plist"},
+        {getUilitiesFilePath, prefs + "/Utilities.plist"},
+        {calibrationToolFullPath,
          "@/Application Support/TavixTouch/CalibrationTool/CalibrationTool.app"},
-        {"status-bar utility", utilitiesAppInStatusBarFullPath,
+        {utilitiesAppInStatusBarFullPath,
          "@/Application Support/TavixTouch/StatusBarApp/TavixTouchSettingUtility.app"},
-        {"system folder", getSystemPreferenceFolderPath, "@/Preferences/TavixTouchPanel"},
-        {"device list", getSupportDeviceListFilePath,
-         "@/Preferences/TavixTouchPanel/DeviceList.plist"},
-        {"resolution list", getSupportResolutionListFilePath,
+        {getSystemPreferenceFolderPath, "@/Preferences/TavixTouchPanel"},
+        {getSupportDeviceListFilePath, "@/Preferences/TavixTouchPanel/DeviceList.plist"},
+        {getSupportResolutionListFilePath,
          "@/Preferences/TavixTouchPanel/SupportResolutionList.plist"},
     };
-    for (const auto &c : cases) {
-        std::string expected = c.expected;
-        expected = (expected[0] == '~' ? home_ : system_) + expected.substr(1);
-        EXPECT_EQ(c.call(), expected) << c.label;
+    for (const auto &[call, relative] : cases) {
+        std::string expected = relative;
+        if (expected[0] == '~' || expected[0] == '@') {
+            expected = (expected[0] == '~' ? home_ : system_) + expected.substr(1);
+        }
+        EXPECT_EQ(call(), expected);
     }
 }
 
-TEST_F(PathsTest, MissingFolderNameFallsBackToTheKeyButNotForSystemLists) {
-    // No lookup installed: the key looks up as itself.
+// No lookup: the key names the folder.
+TEST_F(PathsTest, FolderNameFallsBackToTheKeyOrMayBeEmpty) {
     EXPECT_EQ(getUilitiesFilePath(),
               home_ + "/Library/Preferences/PreferenceFolderName/Utilities.plist");
-    EXPECT_EQ(utilitiesAppInStatusBarFullPath(),
-              system_ +
-                  "/Application Support/PreferenceFolderName/StatusBarApp/"
-                  "TavixTouchSettingUtility.app");
-    EXPECT_EQ(getSupportDeviceListFilePath(),
-              system_ + "/Preferences/TavixTouchPanel/DeviceList.plist");
-}
-
-TEST_F(PathsTest, SettingsFileNameFormatsAnyModel) {
-    const std::pair<std::int32_t, const char *> cases[] = {
-        {317, "Settings_317.plist"},
-        {0, "Settings_0.plist"},
-        {-1, "Settings_-1.plist"},
-        {INT32_MIN, "Settings_-2147483648.plist"},
-        {INT32_MAX, "Settings_2147483647.plist"},
-    };
-    for (const auto &[model, name] : cases) {
-        EXPECT_EQ(getSettingsFileName(model), name);
-    }
-}
-
-TEST_F(PathsTest, FoldersAreCreatedOnEachLookupWhileApplicationPathsAreNot) {
-    useFolderName("TavixTouch");
-    const fs::path folder = home_ + "/Library/Preferences/TavixTouch";
-    ASSERT_FALSE(fs::exists(folder));
-    getUilitiesFilePath();
-    EXPECT_TRUE(fs::is_directory(folder));
-
-    fs::remove_all(folder);
-    getSettingsFilePath(259);
-    EXPECT_TRUE(fs::is_directory(folder)) << "a folder deleted while running comes back";
-
-    getSupportResolutionListFilePath();
-    EXPECT_TRUE(fs::is_directory(system_ + "/Preferences/TavixTouchPanel"));
-
-    utilitiesAppInStatusBarFullPath();
-    calibrationToolFullPath();
-    EXPECT_FALSE(fs::exists(system_ + "/Application Support"));
-}
-
-TEST_F(PathsTest, RegularFileWhereTheFolderShouldBeCountsAsExisting) {
-    useFolderName("TavixTouch");
-    fs::create_directories(home_ + "/Library/Preferences");
-    const std::string blocker = home_ + "/Library/Preferences/TavixTouch";
-    std::ofstream(blocker) << "not a folder";
-    EXPECT_EQ(getUilitiesFilePath(), blocker + "/Utilities.plist");
-    EXPECT_TRUE(fs::is_regular_file(blocker));
-}
-
-TEST_F(PathsTest, UncreatableFolderStillYieldsThePath) {
-    if (::geteuid() == 0) {
-        // root ignores permission bits; make the parent a file instead so creation must fail.
-        std::ofstream(home_ + "/Library") << "x";
-    } else {
-        fs::permissions(home_, fs::perms::owner_read | fs::perms::owner_exec);
-    }
-    EXPECT_EQ(getUilitiesFilePath(),
-              home_ + "/Library/Preferences/PreferenceFolderName/Utilities.plist");
-    EXPECT_FALSE(fs::is_directory(home_ + "/Library/Preferences"));
-}
-
-TEST_F(PathsTest, EmptyFolderNameKeepsOneSeparator) {
     useFolderName("");
     EXPECT_EQ(getUilitiesFilePath(), home_ + "/Library/Preferences/Utilities.plist");
     EXPECT_EQ(getPreferenceFolderPath(), home_ + "/Library/Preferences/");
 }
 
-TEST(AppendPathComponent, PlacesExactlyOneSeparator) {
-    const std::tuple<const char *, const char *, const char *> cases[] = {
-        {"/a/b", "c", "/a/b/c"},
-        {"/a/b/", "c", "/a/b/c"},
-        {"/a/b//", "/c", "/a/b/c"},
-        {"/", "c", "/c"},
-        {"/a", "", "/a"},
-        {"", "c", "c"},
-        {"/a", "c.plist", "/a/c.plist"},
-    };
-    for (const auto &[base, component, expected] : cases) {
-        EXPECT_EQ(appendPathComponent(base, component), expected) << base << " + " << component;
-    }
-}
-
-TEST_F(PathsTest, RootsComeFromTheEnvironment) {
-    ::setenv("TAVIX_SYSTEM_LIBRARY", "/elsewhere/Library", 1);
-    EXPECT_EQ(systemLibraryFolder(), "/elsewhere/Library");
-    ::unsetenv("TAVIX_SYSTEM_LIBRARY");
-    EXPECT_EQ(systemLibraryFolder(), TAVIX_SYSTEM_LIBRARY_DEFAULT);
-    EXPECT_EQ(homeDirectory(), home_);
+TEST_F(PathsTest, FoldersAreCreatedOnEachLookupUnlessAFileIsInTheWay) {
+    useFolderName("TavixTouch");
+    const fs::path folder = home_ + "/Library/Preferences/TavixTouch";
+    ASSERT_FALSE(fs::exists(folder));
+    getUilitiesFilePath();
+    EXPECT_TRUE(fs::is_directory(folder));
+    fs::remove_all(folder);
+    getSettingsFilePath(259);
+    EXPECT_TRUE(fs::is_directory(folder)) << "a folder deleted while running comes back";
+    getSupportResolutionListFilePath();
+    EXPECT_TRUE(fs::is_directory(system_ + "/Preferences/TavixTouchPanel"));
+    utilitiesAppInStatusBarFullPath();
+    calibrationToolFullPath();
+    EXPECT_FALSE(fs::exists(system_ + "/Application Support"));
+    // A file in the way of the folders: the path is still given and the file left alone.
+    fs::remove_all(home_ + "/Library");
+    std::ofstream(home_ + "/Library") << "not a folder";
+    EXPECT_EQ(getUilitiesFilePath(), home_ + "/Library/Preferences/TavixTouch/Utilities.plist");
+    EXPECT_TRUE(fs::is_regular_file(home_ + "/Library"));
 }
 
 }  // namespace

@@ -24,8 +24,6 @@ class TempEnvTest : public ::testing::Test {
     }
     void TearDown() override {
         std::error_code ignored;
-        std::filesystem::permissions(root_, std::filesystem::perms::all,
-                                     std::filesystem::perm_options::add, ignored);
         std::filesystem::remove_all(root_, ignored);
     }
 

@@ -61,7 +61,6 @@ class DisplayProviderTest : public QObject {
             const QString name = builtin ? QStringLiteral("eDP-1") : QStringLiteral("DP-2");
             QTemporaryDir root;
             connector(root.path(), name, "connected", readAll(dir + '/' + f[0]));
-            connector(root.path(), "HDMI-A-1", "disconnected", edid(1, 2));
             const auto displays =
                 LinuxDisplayProvider(root.path(), screens({{name, {}, QRectF(0, 0, 9, 9)}}))
                     .onlineDisplays();
@@ -77,18 +76,10 @@ class DisplayProviderTest : public QObject {
         QTest::addColumn<uint>("vendor");
         QTest::addColumn<QString>("monitorName");
         const QByteArray named = edid(0x10AC, 0xA0C4, "DELL U2412M\n  ");
-        QByteArray garbage(256, '\0');
-        for (int i = 0; i < garbage.size(); ++i) {
-            garbage[i] = char(i * 37 + 11);
-        }
         const uint unknown = kDisplayVendorIDUnknown;
         QTest::newRow("named") << named << 0x10ACu << "DELL U2412M";
         QTest::newRow("no file") << QByteArray() << unknown << "";
-        QTest::newRow("empty") << QByteArray("") << unknown << "";
         QTest::newRow("127 bytes") << named.left(127) << unknown << "";
-        QTest::newRow("garbage") << garbage << unknown << "";
-        QTest::newRow("name fills descriptor")
-            << edid(1, 2, QByteArray(13, 'A')) << 1u << "AAAAAAAAAAAAA";
         QTest::newRow("name stops at control") << edid(1, 2,
                                                        "AB\x01"
                                                        "CD")
@@ -115,7 +106,6 @@ class DisplayProviderTest : public QObject {
         QTest::addColumn<QString>("connector");
         QTest::newRow("by name") << "DSI-1/" << 2u << "DSI-1";
         QTest::newRow("by monitor name") << "DisplayPort-0/Panel B" << 3u << "DP-3";
-        QTest::newRow("Xvfb") << ":99.0/" << kDisplayVendorIDUnknown << ":99.0";
         QTest::newRow("disconnected") << "HDMI-A-1/" << kDisplayVendorIDUnknown << "HDMI-A-1";
     }
     void pairing() {
@@ -145,9 +135,6 @@ class DisplayProviderTest : public QObject {
         // The demo's fixture: the simulated panel's display and a built-in one.
         QTest::newRow("shipped") << readAll(TAVIX_DATA_DIR "/displays.json") << 2;
         QTest::newRow("missing") << QByteArray() << -1;
-        QTest::newRow("not JSON") << QByteArray("[{\"name\": ") << -1;
-        QTest::newRow("not an array") << QByteArray(R"({"name": "DP-2"})") << -1;
-        QTest::newRow("odd entries") << QByteArray(R"([3, {"vendor": -5, "width": "w"}])") << 2;
     }
     void fixture() {
         QFETCH(QByteArray, json);
@@ -162,12 +149,11 @@ class DisplayProviderTest : public QObject {
         qunsetenv("TAVIX_DISPLAYS");
         QCOMPARE(int(displays.size()), std::max(count, 0));
         if (count == 2) {
-            const bool odd = displays[0].connector.isEmpty();
-            QCOMPARE(displays[0].bounds, odd ? QRectF() : QRectF(0, 0, 1920, 1080));
-            QCOMPARE(displays[0].model, odd ? 0u : 12656u);
-            QCOMPARE(displays[1].vendor, odd ? 0u : 3503u);
-            QCOMPARE(displays[1].builtin, !odd);
-            QCOMPARE(displayDescription(displays[1]), odd ? "" : "eDP-1");
+            QCOMPARE(displays[0].bounds, QRectF(0, 0, 1920, 1080));
+            QCOMPARE(displays[0].model, 12656u);
+            QCOMPARE(displays[1].vendor, 3503u);
+            QVERIFY(displays[1].builtin);
+            QCOMPARE(displayDescription(displays[1]), "eDP-1");
         }
     }
 };
