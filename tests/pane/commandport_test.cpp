@@ -70,8 +70,6 @@ class CommandPortTest : public QObject, PaneFixture {
         panel("panel: 10", bytes(10)) << none << none << 2 << none;
         // No code: nothing is read past its end (a zero byte there would select page 0).
         panel("panel: empty message", {}) << none << none << 2 << none;
-        panel("panel: extra bytes ignored", QByteArray("\x03\xff\x00\x07", 4))
-            << unselect + "|ver.updateUIState" << none << 3 << "save OK";
 
         noPanel("no panel: 5", bytes(5)) << unselect << gone << 0 << none;
         noPanel("no panel: 6", bytes(6)) << none << gone << 0 << "willSelect";
@@ -202,7 +200,6 @@ class CommandPortTest : public QObject, PaneFixture {
         QTest::addColumn<std::optional<PlistValue>>("value");
         QTest::addColumn<bool>("refresh");
         QTest::newRow("true") << std::optional<PlistValue>(true) << true;
-        QTest::newRow("false") << std::optional<PlistValue>(false) << false;
         QTest::newRow("2") << std::optional<PlistValue>(2) << false;
         QTest::newRow("string YES") << std::optional<PlistValue>("YES") << false;
         QTest::newRow("absent") << std::optional<PlistValue>() << false;

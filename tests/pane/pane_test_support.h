@@ -1,6 +1,5 @@
-// Shared pieces of the pane tests: a private HOME and system Library folder for the whole test
-// process (emptied before every test), the shared state file, a pane with recording page
-// controllers, a second bus connection acting as a peer, and a capture of the pane's syslog lines.
+// Shared pieces of the pane tests: private HOME and Library folders, the shared state file, a pane
+// with recording page controllers, a peer on the bus, and a capture of the pane's syslog lines.
 #pragma once
 
 #include <QCheckBox>
@@ -30,8 +29,7 @@ using namespace std::chrono_literals;
 
 inline constexpr char kLogIdent[] = "pane-test";
 
-// HOME and TAVIX_SYSTEM_LIBRARY are set once, before any pane (and so any monitor thread)
-// exists; reset() empties them between tests.
+// HOME and TAVIX_SYSTEM_LIBRARY are set once, before any monitor thread; reset() empties them.
 class TestEnvironment {
   public:
     TestEnvironment() {
@@ -145,14 +143,12 @@ class PaneFixture {
     std::unique_ptr<TavixTouchPanelPref> pane_;
 };
 
-// A second connection to the session bus, so that messages reach the pane's port the way they
-// come from another program.
+// A second bus connection: messages reach the pane's port as from another program.
 inline QDBusConnection peerConnection() {
     return QDBusConnection::connectToBus(QDBusConnection::SessionBus, QStringLiteral("peer"));
 }
 
-// Sends one message to the pane's port from the peer and waits for the reply, by which time
-// the pane has handled it. False when there is no port.
+// Sends one message to the pane's port from the peer; true once the pane has handled it.
 inline bool sendToPane(const QByteArray &data, qint32 msgid = 0) {
     const auto port =
         RemoteMessagePort::lookup(QString::fromLatin1(kPreferencePortName), peerConnection());
@@ -168,8 +164,7 @@ inline bool sendToPane(const QByteArray &data, qint32 msgid = 0) {
     return QTest::qWaitFor([&] { return done; }, 5000) && ok;
 }
 
-// Captures what the pane writes to the system log (copied to stderr by LOG_PERROR); stop()
-// gives back the message texts of our ident, one per line.
+// Captures the pane's system log lines (copied to stderr by LOG_PERROR) until stop().
 class LogCapture {
   public:
     LogCapture() {

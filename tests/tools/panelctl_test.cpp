@@ -119,7 +119,6 @@ class PanelCtlTest : public QObject {
             {"calibrate stop", 2, "", "calibrate takes", "", {}},
             {"hotkey calibration 7", 2, "", "already the simple hot key", "", {}},
             {"hotkey calibration ab", 2, "", "one ASCII letter or digit", "", {}},
-            {"hotkey calibration \xc3\xa9", 2, "", "one ASCII letter or digit", "", {}},
             {"hotkey pen A", 2, "", "unknown hot key \"pen\"; valid: calibration, simple", "", {}},
             {"get volume", 2, "", "unknown setting \"volume\"", "", {}},
             {"page 4", 2, "", "valid: 0, 1, 2, 3, calibration", "", {}},

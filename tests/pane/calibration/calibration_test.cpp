@@ -110,7 +110,6 @@ const struct Chord {
     {"Control+Option+C", Qt::Key_C, Qt::ControlModifier | Qt::AltModifier, false, {}},
     {"Control+Shift+Command+C", Qt::Key_C, kCS | Qt::MetaModifier, true, {"12 01 00"}},
     {"X consumed", Qt::Key_X, kCS, true, {}},
-    {"Shift+C", Qt::Key_C, Qt::ShiftModifier, false, {}},
 };
 
 // A key confirmed in the hot-key window; the alert named by its text's key.

@@ -1,6 +1,4 @@
-// Shared set-up of the Properties page tests (the temporary HOME comes from the bus tests'
-// support): the page's string tables, a system that reports any version, and a fake daemon on the
-// bus that records every command.
+// Properties page tests: its string tables, a system of any version, a daemon recording commands.
 #pragma once
 
 #include <QByteArray>

@@ -180,17 +180,6 @@ class SettingViewCtlTest : public QObject {
         checkRangeShown(range);
     }
 
-    // The delegate on its own: the leading number is taken without bounds.
-    void delegateRules() {
-        QVERIFY(ctl_->textShouldEndEditing(QStringLiteral("70000 units")));
-        expectSent({"01 70 11"});  // only the low 16 bits go out
-        QCOMPARE(ctl_->doubleClickRange(), 70000);
-        QVERIFY(ctl_->didFailToFormatString(QStringLiteral("x")));
-        QVERIFY(ctl_->textShouldEndEditing(QString()));
-        expectSent({});
-        QCOMPARE(w<QLineEdit>("rengeText_")->text(), QStringLiteral("70000"));
-    }
-
     // Each key moves its slider and sends the new value; the other slider's value stays.
     void slidersByKeyboard() {
         const std::tuple<const char *, Qt::Key, QString, int, double> steps[] = {
@@ -313,10 +302,6 @@ class SettingViewCtlTest : public QObject {
                                         << QList<int>{2, 2, 2, 1, 1, 1, 1, 0} << 0.5 << 64 << false;
         QTest::newRow("10.13 fixes the range") << std::optional(stored) << "Version 10.13.6 (17G65)"
                                                << storedControls << 0.45 << 64 << true;
-        stored.set("PenSoftSupport", false);
-        // Hidden controls still hold the stored values.
-        QTest::newRow("pen support off")
-            << std::optional(stored) << kPlainLinux << storedControls << 0.45 << 45 << false;
         // Missing keys read as false and 0; an input mode outside the menu selects nothing.
         QTest::newRow("missing keys, input mode out of menu")
             << std::optional(dict({{"InputMode", 7}, {"DoubleClickRange", 70000}})) << kPlainLinux
@@ -354,23 +339,6 @@ class SettingViewCtlTest : public QObject {
             QVERIFY(w(name)->isVisible());
         }
         expectSent({});  // a refresh only mirrors what is stored
-    }
-
-    void awakeFromNib() {
-        writeSettings(dict({{"DoubleClickRate", 0.45}}));
-        makePage();
-        QCOMPARE(ctl_->doubleClickRate(), double(0.45f));  // read at single precision
-        QVERIFY(ctl_->doubleClickRate() != 0.45);
-        QCOMPARE(w<TestView>("rateView_")->timeInterval(), double(0.45f));
-        QCOMPARE(w<QSlider>("rateSlider_")->value(), 55);
-        // Without the range key the range stays 0 while the slider, text and areas show 32.
-        QCOMPARE(ctl_->doubleClickRange(), 0);
-        QCOMPARE(w<QSlider>("rangeSlider_")->value(), 32);
-        QCOMPARE(w<QLineEdit>("rengeText_")->text(), QStringLiteral("32"));
-        QCOMPARE(w<TestView>("testView_")->range(), 32.0);
-        QCOMPARE(w<TestView>("rangeView_")->viewType(), 1);
-        ctl_->updateUIState();
-        QCOMPARE(ctl_->doubleClickRate(), 0.45);
     }
 
     void measuredDoubleClickSetsSpeed() {
