@@ -4,11 +4,9 @@
 #include <QAccessibleActionInterface>
 #include <QCheckBox>
 #include <QComboBox>
-#include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QSlider>
-#include <QTabBar>
 #include <QTabWidget>
 #include <QtTest/QtTest>
 
