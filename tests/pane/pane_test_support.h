@@ -2,16 +2,19 @@
 // with recording page controllers, a peer on the bus, and a capture of the pane's syslog lines.
 #pragma once
 
+#include <QAccessible>
 #include <QCheckBox>
 #include <QComboBox>
 #include <QLabel>
 #include <QTabWidget>
+#include <QTextDocumentFragment>
 #include <QtDBus/QDBusConnection>
 #include <QtTest>
 
 #include <syslog.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <memory>
 #include <optional>
@@ -142,6 +145,47 @@ class PaneFixture {
     QStringList log_;
     std::unique_ptr<TavixTouchPanelPref> pane_;
 };
+
+// What a screen reader can say below `node`: every name and value in the accessible tree.
+inline void collectHeard(QAccessibleInterface *node, QStringList *heard, int depth = 0) {
+    if (node == nullptr || depth > 64) {
+        return;
+    }
+    *heard << node->text(QAccessible::Name).simplified()
+           << node->text(QAccessible::Value).simplified();
+    for (int i = 0; i < node->childCount(); ++i) {
+        collectHeard(node->child(i), heard, depth + 1);
+    }
+}
+
+// The visible labels under `root` whose text a screen reader cannot hear, as "name: text": each
+// shown text must be a name or a value in the accessible tree (alone or as "caption: value"), and a
+// label that shows only blanks needs a word of its own.
+inline QStringList unheardLabels(QWidget *root) {
+    QStringList heard;
+    collectHeard(QAccessible::queryAccessibleInterface(root), &heard);
+    QStringList unheard;
+    for (QLabel *label : root->findChildren<QLabel *>()) {
+        if (!label->isVisible() || label->text().isEmpty()) {
+            continue;
+        }
+        QString text = Qt::mightBeRichText(label->text())
+                           ? QTextDocumentFragment::fromHtml(label->text()).toPlainText()
+                           : label->text();
+        text = text.simplified();
+        const bool said = text.isEmpty()
+                              ? !QAccessible::queryAccessibleInterface(label)
+                                     ->text(QAccessible::Name)
+                                     .trimmed()
+                                     .isEmpty()
+                              : std::any_of(heard.cbegin(), heard.cend(),
+                                            [&](const QString &h) { return h.contains(text); });
+        if (!said) {
+            unheard << label->objectName() + QStringLiteral(": ") + text;
+        }
+    }
+    return unheard;
+}
 
 // A second bus connection: messages reach the pane's port as from another program.
 inline QDBusConnection peerConnection() {
