@@ -264,7 +264,10 @@ void HardwareReporter::startSelfTest(std::int32_t hardwareType) {
 
 void HardwareReporter::sendNextSelfTestReport() {
     const auto take =
-        std::min<std::size_t>(pending_.size(), static_cast<std::size_t>(options_.recordsPerReport));
+        options_.recordsPerReport > 0
+            ? std::min<std::size_t>(pending_.size(),
+                                    static_cast<std::size_t>(options_.recordsPerReport))
+            : pending_.size();
     std::vector<SelfTestRecord> chunk(pending_.begin(),
                                       pending_.begin() + static_cast<std::ptrdiff_t>(take));
     pending_.erase(pending_.begin(), pending_.begin() + static_cast<std::ptrdiff_t>(take));

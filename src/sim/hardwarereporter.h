@@ -33,7 +33,7 @@ struct HardwareOptions {
     std::vector<int> leftOutAreas;  // the areas they leave out; empty: the model's last area
     bool shortReports = false;      // every report one byte shorter than its layout
     bool unknownReports = false;    // a report of an unknown type before every answer
-    int recordsPerReport = 40;      // self-test records per report
+    int recordsPerReport = 0;       // self-test records per report; 0: a run in one report
     int reportIntervalMs = 20;      // between two self-test reports of one run
     int buttonIntervalMs = 250;     // between two button-state reports
 };

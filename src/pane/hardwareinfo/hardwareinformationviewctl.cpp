@@ -1,31 +1,25 @@
 #include "hardwareinformationviewctl.h"
 
-#include <QAbstractTableModel>
 #include <QBuffer>
 #include <QButtonGroup>
 #include <QComboBox>
-#include <QCursor>
 #include <QDateTime>
 #include <QFile>
 #include <QFileDialog>
 #include <QFormLayout>
 #include <QGridLayout>
 #include <QGroupBox>
-#include <QGuiApplication>
 #include <QHBoxLayout>
-#include <QHeaderView>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QScopedValueRollback>
-#include <QScreen>
 #include <QTabWidget>
-#include <QTableView>
+#include <QTimer>
 #include <QVBoxLayout>
 
-#include <algorithm>
-#include <cmath>
 #include <utility>
 
 #include "atomic_file.h"
@@ -34,58 +28,14 @@
 #include "framepicture.h"
 #include "globals.h"
 #include "hardware_report_writer.h"
+#include "hardwareselftest.h"
 #include "hostaddresses.h"
 #include "messageport.h"
 #include "paths.h"
+#include "pointermonitor.h"
 #include "settings_store.h"
 
 namespace tavix {
-
-// One table's view of the controller's rows: the columns carry the identifiers the data source
-// answers by.
-class SelfTestTableModel : public QAbstractTableModel {
-  public:
-    SelfTestTableModel(HardwareInformationViewCtl *controller, QStringList identifiers,
-                       QStringList headerKeys, QObject *parent)
-        : QAbstractTableModel(parent),
-          controller_(controller),
-          identifiers_(std::move(identifiers)),
-          headerKeys_(std::move(headerKeys)) {}
-
-    void setTable(const QTableView *table) { table_ = table; }
-    void reload() {
-        beginResetModel();
-        endResetModel();
-    }
-    QString identifier(int column) const { return identifiers_.value(column); }
-
-    int rowCount(const QModelIndex &parent = {}) const override {
-        return parent.isValid() ? 0
-                                : static_cast<int>(controller_->numberOfRowsInTableView(table_));
-    }
-    int columnCount(const QModelIndex &parent = {}) const override {
-        return parent.isValid() ? 0 : static_cast<int>(identifiers_.size());
-    }
-    QVariant data(const QModelIndex &index, int role) const override {
-        if (!index.isValid() || (role != Qt::DisplayRole && role != Qt::AccessibleTextRole)) {
-            return {};
-        }
-        return controller_->tableViewObjectValue(table_, identifiers_.value(index.column()),
-                                                 index.row());
-    }
-    QVariant headerData(int section, Qt::Orientation orientation, int role) const override {
-        if (orientation != Qt::Horizontal || role != Qt::DisplayRole) {
-            return QAbstractTableModel::headerData(section, orientation, role);
-        }
-        return qtTrId(qPrintable(headerKeys_.value(section)));
-    }
-
-  private:
-    HardwareInformationViewCtl *controller_;
-    const QTableView *table_ = nullptr;
-    QStringList identifiers_;
-    QStringList headerKeys_;
-};
 
 namespace {
 
@@ -102,51 +52,42 @@ std::optional<SettingsDict> readCurrentSettings() {
     return readPlistFile(path).value_or(SettingsDict{});
 }
 
-QLabel *field(const char *name, QWidget *parent, const QString &text = QString()) {
-    auto *label = new QLabel(text, parent);
+// A value: its text is what a screen reader says and hears change; Tab reaches it and the
+// keyboard selects its text.
+QLabel *field(const char *name, QWidget *parent) {
+    auto *label = new QLabel(parent);
     label->setObjectName(QLatin1String(name));
     label->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
+    label->setFocusPolicy(Qt::StrongFocus);
     return label;
 }
 
-QLabel *caption(const char *id, QWidget *parent, QWidget *buddy = nullptr) {
-    auto *label = new QLabel(L(id), parent);
-    if (buddy) {
-        label->setBuddy(buddy);
-        buddy->setAccessibleName(label->text());
+// The caption of a value, which it labels for a screen reader.
+QLabel *captionOf(QWidget *value, const QString &text, QWidget *parent) {
+    auto *label = new QLabel(text, parent);
+    label->setBuddy(value);
+    return label;
+}
+
+// Escape and the window's close button end the alert without an answer.
+class UnansweredClose : public QObject {
+  public:
+    using QObject::QObject;
+    bool eventFilter(QObject *watched, QEvent *event) override {
+        const bool escape = event->type() == QEvent::KeyPress &&
+                            static_cast<QKeyEvent *>(event)->key() == Qt::Key_Escape;
+        if (escape || event->type() == QEvent::Close) {
+            static_cast<QDialog *>(watched)->reject();
+            return true;
+        }
+        return false;
     }
-    return label;
-}
-
-QTableView *table(const char *name, QWidget *parent) {
-    auto *view = new QTableView(parent);
-    view->setObjectName(QLatin1String(name));
-    view->setSelectionBehavior(QAbstractItemView::SelectRows);
-    view->setEditTriggers(QAbstractItemView::NoEditTriggers);
-    view->verticalHeader()->hide();
-    view->horizontalHeader()->setStretchLastSection(true);
-    view->setAlternatingRowColors(true);
-    return view;
-}
+};
 
 }  // namespace
 
 HardwareInformationViewCtl::HardwareInformationViewCtl(QWidget *page, QObject *parent)
-    : QObject(parent), addressSource_([] { return systemIPv4Addresses(); }), pointerSource_([] {
-          // Device pixels of the screen under the pointer.
-          const QPoint logical = QCursor::pos();
-          const QScreen *screen = QGuiApplication::screenAt(logical);
-          const qreal ratio = screen ? screen->devicePixelRatio() : 1.0;
-          return QPointF(logical) * ratio;
-      }) {
-    pointerTimer_.setInterval(kPointerIntervalMs);
-    connect(&pointerTimer_, &QTimer::timeout, this, &HardwareInformationViewCtl::updatePointer);
-    retryTimer_.setSingleShot(true);
-    retryTimer_.setInterval(kRetrySettleMs);
-    connect(&retryTimer_, &QTimer::timeout, this, [this] {
-        ++testTimes;
-        testSelf(false);
-    });
+    : QObject(parent), addressSource_([] { return systemIPv4Addresses(); }) {
     buildPage(page);
 }
 
@@ -177,10 +118,11 @@ void HardwareInformationViewCtl::buildPage(QWidget *page) {
     compName_ = field("compName_", identity);
     IPAddr_ = new QComboBox(identity);
     IPAddr_->setObjectName(QStringLiteral("IPAddr_"));
-    form->addRow(caption("Hardware.modelName", identity, modelName_), modelName_);
-    form->addRow(caption("Hardware.driverVersion", identity, driverVersion_), driverVersion_);
-    form->addRow(caption("Hardware.computerName", identity, compName_), compName_);
-    form->addRow(caption("Hardware.address", identity, IPAddr_), IPAddr_);
+    // Each row's caption labels its value.
+    form->addRow(L("Hardware.modelName"), modelName_);
+    form->addRow(L("Hardware.driverVersion"), driverVersion_);
+    form->addRow(L("Hardware.computerName"), compName_);
+    form->addRow(L("Hardware.address"), IPAddr_);
     infoLayout->addWidget(identity, 1);
 
     // The service panels and the firmware box sit at fixed places, measured from the bottom
@@ -193,11 +135,10 @@ void HardwareInformationViewCtl::buildPage(QWidget *page) {
     serviceModeView1->setGeometry(0, 0, 340, 100);
     auto *dip = new QGridLayout(serviceModeView1);
     for (int n = 0; n < 8; ++n) {
-        auto *number = new QLabel(QString::number(n + 1), serviceModeView1);
-        number->setAlignment(Qt::AlignCenter);
         DIPSW_[n] = field(qPrintable(QStringLiteral("DIPSW%1_").arg(n + 1)), serviceModeView1);
         DIPSW_[n]->setAlignment(Qt::AlignCenter);
-        DIPSW_[n]->setAccessibleName(L("Hardware.dipSwitch").arg(n + 1));
+        auto *number = captionOf(DIPSW_[n], QString::number(n + 1), serviceModeView1);
+        number->setAlignment(Qt::AlignCenter);
         dip->addWidget(number, 0, n);
         dip->addWidget(DIPSW_[n], 1, n);
     }
@@ -207,13 +148,12 @@ void HardwareInformationViewCtl::buildPage(QWidget *page) {
     auto *buttons = new QGridLayout(serviceModeView2);
     funByButton1_ = field("funByButton1_", serviceModeView2);
     funByButton2_ = field("funByButton2_", serviceModeView2);
-    buttons->addWidget(caption("Hardware.button1", serviceModeView2, funByButton1_), 0, 0);
+    buttons->addWidget(captionOf(funByButton1_, L("Hardware.button1"), serviceModeView2), 0, 0);
     buttons->addWidget(funByButton1_, 0, 1);
-    funByButton2Text_ = new QLabel(L("Hardware.button2"), serviceModeView2);
+    funByButton2Text_ = captionOf(funByButton2_, L("Hardware.button2"), serviceModeView2);
     funByButton2Text_->setObjectName(QStringLiteral("funByButton2Text_"));
     funByButton2Text2_ = new QLabel(L("Hardware.button2.pen"), serviceModeView2);
     funByButton2Text2_->setObjectName(QStringLiteral("funByButton2Text2_"));
-    funByButton2_->setAccessibleName(funByButton2Text_->text());
     buttons->addWidget(funByButton2Text_, 1, 0);
     buttons->addWidget(funByButton2_, 1, 1);
     buttons->addWidget(funByButton2Text2_, 2, 0, 1, 2);
@@ -222,7 +162,7 @@ void HardwareInformationViewCtl::buildPage(QWidget *page) {
     serviceModeView3->setGeometry(0, 210, 340, 70);
     auto *mode = new QHBoxLayout(serviceModeView3);
     inputMode_ = field("inputMode_", serviceModeView3);
-    mode->addWidget(caption("Hardware.inputMode", serviceModeView3, inputMode_));
+    mode->addWidget(captionOf(inputMode_, L("Hardware.inputMode"), serviceModeView3));
     mode->addWidget(inputMode_, 1);
     firmwareInfo = new QGroupBox(L("Hardware.firmware"), boxes);
     firmwareInfo->setObjectName(QStringLiteral("firmwareInfo"));
@@ -234,9 +174,8 @@ void HardwareInformationViewCtl::buildPage(QWidget *page) {
     auto *sum = new QHBoxLayout;
     sum->addWidget(checkSum2_);
     sum->addWidget(checkSum1_, 1);
-    fw->addRow(caption("Hardware.version", firmwareInfo, version_), version_);
-    fw->addRow(caption("Hardware.checksum", firmwareInfo, checkSum2_), sum);
-    checkSum1_->setAccessibleName(L("Hardware.checksumVerdict"));
+    fw->addRow(L("Hardware.version"), version_);
+    fw->addRow(captionOf(checkSum2_, L("Hardware.checksum"), firmwareInfo), sum);
     infoLayout->addWidget(boxes, 0, Qt::AlignTop);
     hardwareInfoTabView_->addTab(info, L("Hardware.tab.information"));
 
@@ -256,17 +195,27 @@ void HardwareInformationViewCtl::buildPage(QWidget *page) {
         rotateGroup_->addButton(radio, r);
         rows->addWidget(radio);
     }
-    // Mouse, keyboard and the accessibility interface's toggle all check a row; rows the page
-    // selects itself do not count as a choice.
+    // A click, by mouse or keyboard, chooses its row even when it is checked already. The
+    // accessibility interface toggles a row without a click; it is taken once the toggle is
+    // through. Rows the page selects itself do not count as a choice.
     connect(rotateGroup_, &QButtonGroup::idToggled, this, [this](int, bool checked) {
         if (checked && !selectingRotation_) {
-            changeRotateState();
+            rotationToggled_ = true;
+            QTimer::singleShot(0, this, [this] {
+                if (std::exchange(rotationToggled_, false)) {
+                    changeRotateState();
+                }
+            });
         }
+    });
+    connect(rotateGroup_, &QButtonGroup::idClicked, this, [this] {
+        rotationToggled_ = false;
+        changeRotateState();
     });
     rotationLayout->addWidget(rotateMode_);
     auto *angle = new QHBoxLayout;
     rotateAngle_ = field("rotateAngle_", rotation);
-    angle->addWidget(caption("Hardware.angle", rotation, rotateAngle_));
+    angle->addWidget(captionOf(rotateAngle_, L("Hardware.angle"), rotation));
     angle->addWidget(rotateAngle_, 1);
     rotationLayout->addLayout(angle);
     rotationLayout->addStretch();
@@ -277,66 +226,21 @@ void HardwareInformationViewCtl::buildPage(QWidget *page) {
     stateByButtonL_ = field("stateByButtonL_", pointer);
     stateByButton1_ = field("stateByButton1_", pointer);
     stateByButton2_ = field("stateByButton2_", pointer);
-    pointerForm->addRow(caption("Hardware.position", pointer, mouseCoordinate_), mouseCoordinate_);
-    pointerForm->addRow(caption("Hardware.buttonL", pointer, stateByButtonL_), stateByButtonL_);
-    pointerForm->addRow(caption("Hardware.button1", pointer, stateByButton1_), stateByButton1_);
-    pointerForm->addRow(caption("Hardware.button2", pointer, stateByButton2_), stateByButton2_);
+    pointerForm->addRow(L("Hardware.position"), mouseCoordinate_);
+    pointerForm->addRow(L("Hardware.buttonL"), stateByButtonL_);
+    pointerForm->addRow(L("Hardware.button1"), stateByButton1_);
+    pointerForm->addRow(L("Hardware.button2"), stateByButton2_);
+    pointerMonitor_ = new PointerMonitor(mouseCoordinate_, this);
     motionLayout->addWidget(pointer, 1);
     hardwareInfoTabView_->addTab(motion, L("Hardware.tab.rotation"));
 
     // Tab 2: the self-test.
     auto *test = new QWidget;
-    auto *testLayout = new QGridLayout(test);
-    LEDTable_ = table("LEDTable_", test);
-    sensorTable_ = table("sensorTable_", test);
-    errTable_ = table("errTable_", test);
-    LEDModel_ = new SelfTestTableModel(
-        this, {QStringLiteral("Area"), QStringLiteral("Status")},
-        {QStringLiteral("selfTest.column.area"), QStringLiteral("selfTest.column.led")}, this);
-    sensorModel_ = new SelfTestTableModel(
-        this, {QStringLiteral("Area"), QStringLiteral("Status")},
-        {QStringLiteral("selfTest.column.area"), QStringLiteral("selfTest.column.sensor")}, this);
-    errModel_ = new SelfTestTableModel(
-        this,
-        {QStringLiteral("Area1"), QStringLiteral("Point1"), QStringLiteral("Status1"),
-         QStringLiteral("Area2"), QStringLiteral("Point2"), QStringLiteral("Status2")},
-        {QStringLiteral("selfTest.column.area"), QStringLiteral("selfTest.column.point"),
-         QStringLiteral("selfTest.column.led"), QStringLiteral("selfTest.column.area"),
-         QStringLiteral("selfTest.column.point"), QStringLiteral("selfTest.column.sensor")},
-        this);
-    const std::pair<QTableView *, SelfTestTableModel *> pairs[] = {
-        {LEDTable_, LEDModel_}, {sensorTable_, sensorModel_}, {errTable_, errModel_}};
-    for (const auto &[view, model] : pairs) {
-        model->setTable(view);
-        view->setModel(model);
-    }
-    LEDTable_->setAccessibleName(L("selfTest.table.led"));
-    sensorTable_->setAccessibleName(L("selfTest.table.sensor"));
-    errTable_->setAccessibleName(L("selfTest.table.errors"));
-    framePicture_ = new FramePicture(test);
-    framePicture_->setObjectName(QStringLiteral("framePicture"));
-    testLayout->addWidget(LEDTable_, 0, 0);
-    testLayout->addWidget(sensorTable_, 0, 1);
-    testLayout->addWidget(framePicture_, 0, 2, 2, 1);
-    testLayout->addWidget(errTable_, 1, 0, 1, 2);
-    auto *actions = new QHBoxLayout;
-    auto *start = new QPushButton(L("selfTest.start"), test);
-    start->setObjectName(QStringLiteral("testSelfButton"));
-    auto *stop = new QPushButton(L("selfTest.stop"), test);
-    stop->setObjectName(QStringLiteral("restartTestButton"));
     auto *save = new QPushButton(L("Hardware.saveReport"), test);
     save->setObjectName(QStringLiteral("saveReportButton"));
-    actions->addWidget(start);
-    actions->addWidget(stop);
-    actions->addStretch();
-    actions->addWidget(save);
-    testLayout->addLayout(actions, 2, 0, 1, 3);
-    testLayout->setColumnStretch(0, 1);
-    testLayout->setColumnStretch(1, 1);
-    testLayout->setColumnStretch(2, 2);
-    connect(start, &QPushButton::clicked, this, [this] { testSelf(true); });
-    connect(stop, &QPushButton::clicked, this, &HardwareInformationViewCtl::restartTest);
     connect(save, &QPushButton::clicked, this, &HardwareInformationViewCtl::requestSaveReport);
+    selfTest_ = new HardwareSelfTest(this);
+    selfTest_->buildTab(test, save);
     hardwareInfoTabView_->addTab(test, L("Hardware.tab.selfTest"));
 
     connect(hardwareInfoTabView_, &QTabWidget::currentChanged, this,
@@ -353,17 +257,7 @@ void HardwareInformationViewCtl::openReportPort() {
                                              });
 }
 
-std::optional<DeviceEntry> HardwareInformationViewCtl::deviceEntry(std::int32_t modelType) const {
-    const std::optional<std::vector<DeviceEntry>> list =
-        readDeviceList(getSupportDeviceListFilePath());
-    if (!list) {
-        return std::nullopt;
-    }
-    const DeviceEntry *entry = findDeviceEntry(*list, modelType);
-    return entry ? std::optional<DeviceEntry>(*entry) : std::nullopt;
-}
-
-void HardwareInformationViewCtl::applyRotation(std::int64_t mode) {
+void HardwareInformationViewCtl::selectRotateRow(std::int64_t mode) {
     const QScopedValueRollback<bool> selecting(selectingRotation_, true);
     if (QAbstractButton *button = rotateGroup_->button(static_cast<int>(mode))) {
         button->setChecked(true);
@@ -375,6 +269,10 @@ void HardwareInformationViewCtl::applyRotation(std::int64_t mode) {
         }
         rotateGroup_->setExclusive(true);
     }
+}
+
+void HardwareInformationViewCtl::applyRotation(std::int64_t mode) {
+    selectRotateRow(mode);
     rotateAngle_->setText(QString::number(mode * 90));
 }
 
@@ -382,15 +280,8 @@ void HardwareInformationViewCtl::updateUIState() {
     if (!content_) {
         return;
     }
-    // 1-2. Fresh rows and records.
-    errDataSource_.emplace();
-    LEDSensorDataSource_.emplace();
-    LEDSens_.emplace();
-    judgedEntry_.reset();
-    judgement_ = {};
-    retryTimer_.stop();
-    reloadTables();
-    testTimes = 1;
+    // 1-2, 10. Fresh rows and records, no run, hardware type 0.
+    selfTest_->reset();
     // 3. The report port.
     openReportPort();
     // 4.
@@ -428,7 +319,9 @@ void HardwareInformationViewCtl::updateUIState() {
     }
     // 6-8. Model name and the service panels.
     const std::int32_t model = gModelType.load();
-    const std::optional<DeviceEntry> entry = deviceEntry(model);
+    const std::optional<std::vector<DeviceEntry>> list =
+        readDeviceList(getSupportDeviceListFilePath());
+    const DeviceEntry *entry = list ? findDeviceEntry(*list, model) : nullptr;
     const bool service = model != 317;
     for (QWidget *view : {serviceModeView1, serviceModeView2, serviceModeView3}) {
         view->setVisible(service);
@@ -439,14 +332,9 @@ void HardwareInformationViewCtl::updateUIState() {
                        static_cast<int>(parent->height() - y - firmwareInfo->height()));
     // Without an entry for the model no name is known: the field is emptied.
     modelName_->setText(entry ? QString::fromStdString(entry->name) : QString());
-    // 9. The pointer updater: one timer, whatever the number of refreshes.
-    isThreadQuit = false;
-    updatePointer();
-    pointerTimer_.start();
-    // 10-11.
-    hardwareType_ = 0;
-    LEDSens_.emplace();
-    framePicture_->setResult(std::nullopt, {});
+    // 9. The pointer updater: one, whatever the number of refreshes.
+    pointerMonitor_->start();
+    // 11.
     getDIP_SW();
     checkSumAndVersion();
     // 12.
@@ -463,13 +351,8 @@ void HardwareInformationViewCtl::updateUIState() {
 }
 
 void HardwareInformationViewCtl::unselectedView() {
-    errDataSource_.reset();
-    LEDSensorDataSource_.reset();
-    LEDSens_.reset();
-    retryTimer_.stop();
-    reloadTables();
-    isThreadQuit = true;
-    pointerTimer_.stop();
+    selfTest_->unselectedView();
+    pointerMonitor_->stop();
     mouseAction(true);
     showMouseInfo(false);
 }
@@ -529,12 +412,7 @@ QByteArray HardwareInformationViewCtl::hardwareTestPortCallBack(qint32, const QB
                 setDIPSW(report->dipSwitches);
                 break;
             case REPORT_SELF_TEST_RESULT:
-                if (LEDSens_) {
-                    LEDSens_->insert(LEDSens_->end(), report->records.begin(),
-                                     report->records.end());
-                }
-                logVerbose("show");
-                showTest();
+                selfTest_->appendRecords(report->records);
                 break;
             case REPORT_CHECKSUM_AND_VERSION:
                 setHardwareInfo(bytes + 1);
@@ -551,136 +429,6 @@ QByteArray HardwareInformationViewCtl::hardwareTestPortCallBack(qint32, const QB
     return {};
 }
 
-void HardwareInformationViewCtl::testSelf(bool userStart) {
-    if (userStart) {
-        testTimes = 1;
-        retryTimer_.stop();
-    }
-    // The reply carries the hardware type; it comes back on the main thread.
-    QPointer<HardwareInformationViewCtl> self(this);
-    const bool sent = sendStartSelfTest([self](std::optional<std::int32_t> type) {
-        if (!self || !type) {
-            return;  // a failed send leaves the hardware type as it was
-        }
-        self->hardwareType_ = *type;
-        if (const std::optional<DeviceEntry> entry = self->deviceEntry(*type)) {
-            if (entry->hasLEDSensorArray && !entry->areas.empty()) {
-                self->endArea_ = static_cast<std::uint8_t>(entry->areas.back().index);
-                self->endPoint_ = static_cast<std::uint8_t>(entry->areas.back().pointCount);
-            } else {
-                self->endArea_ = 0;
-                self->endPoint_ = 0;
-            }
-        }
-    });
-    if (sent && LEDSens_) {
-        LEDSens_->clear();
-    }
-}
-
-void HardwareInformationViewCtl::restartTest() {
-    // A pending retry would start the check again.
-    retryTimer_.stop();
-    if (SendDataToRemotePort(makeCommand(COMMAND_STOP_CHECK))) {
-        logVerbose("stop check");
-    }
-}
-
-bool HardwareInformationViewCtl::needRestartTestSelf() const {
-    static const std::vector<SelfTestRecord> none;
-    const std::vector<SelfTestRecord> &records = LEDSens_ ? *LEDSens_ : none;
-    if (verboseLog) {
-        std::uint8_t previous = 0;
-        for (const SelfTestRecord &r : records) {
-            if (r.number != previous) {
-                previous = r.number;
-                logVerbose(qPrintable(QStringLiteral("count ++     %1").arg(r.number)));
-            }
-        }
-        logVerbose(qPrintable(QStringLiteral("count %1").arg(countAreaRuns(records))));
-    }
-    const std::optional<DeviceEntry> entry = deviceEntry(hardwareType_);
-    return tavix::needRestartTestSelf(records, entry ? &*entry : nullptr);
-}
-
-void HardwareInformationViewCtl::showTest() {
-    if (needRestartTestSelf() && testTimes < kMaxTestTimes) {
-        // Retried once the run's last report is in; a further report judges again first.
-        retryTimer_.start();
-        reloadTables();
-        return;
-    }
-    retryTimer_.stop();
-    if (LEDSensorDataSource_) {
-        LEDSensorDataSource_->clear();
-    }
-    if (errDataSource_) {
-        errDataSource_->clear();
-    }
-    const std::optional<DeviceEntry> entry = deviceEntry(hardwareType_);
-    if (!entry) {
-        reloadTables();
-        return;
-    }
-    static const std::vector<SelfTestRecord> none;
-    judgement_ = judgeSelfTest(LEDSens_ ? *LEDSens_ : none, *entry);
-    judgedEntry_ = entry;
-    for (const AreaSummary &row : judgement_.summaries) {
-        if (LEDSensorDataSource_) {
-            LEDSensorDataSource_->push_back({QString::fromStdString(row.label),
-                                             qtTrId(verdictKey(row.led)),
-                                             qtTrId(verdictKey(row.sensor))});
-        }
-    }
-    if (errDataSource_) {
-        *errDataSource_ = judgement_.errors;
-    }
-    logVerbose("showTest 4");
-    framePicture_->setResult(judgedEntry_, judgement_);
-    reloadTables();
-    Q_EMIT testShown();
-}
-
-void HardwareInformationViewCtl::reloadTables() {
-    errModel_->reload();
-    LEDModel_->reload();
-    sensorModel_->reload();
-}
-
-std::int64_t HardwareInformationViewCtl::numberOfRowsInTableView(const QTableView *table) const {
-    if (table == errTable_) {
-        return errDataSource_ ? static_cast<std::int64_t>(errDataSource_->size()) : 0;
-    }
-    return LEDSensorDataSource_ ? static_cast<std::int64_t>(LEDSensorDataSource_->size()) : 0;
-}
-
-QString HardwareInformationViewCtl::tableViewObjectValue(const QTableView *table,
-                                                         const QString &column, int row) const {
-    if (row < 0 || row >= numberOfRowsInTableView(table)) {
-        return {};
-    }
-    const auto r = static_cast<std::size_t>(row);
-    if (table == errTable_) {
-        const ErrorRow &e = (*errDataSource_)[r];
-        if (column == QLatin1String("Area1") || column == QLatin1String("Area2")) {
-            return QString::fromStdString(e.label);
-        }
-        if (column == QLatin1String("Point1") || column == QLatin1String("Point2")) {
-            return QString::number(e.point);
-        }
-        const int state = column == QLatin1String("Status1") ? e.ledState : e.sensState;
-        return state == 1 ? L("selfTest.E01") : L("selfTest.OK");
-    }
-    const AreaSummaryRow &s = (*LEDSensorDataSource_)[r];
-    if (column == QLatin1String("Area")) {
-        return s.area;
-    }
-    if (column == QLatin1String("Status")) {
-        return table == LEDTable_ ? s.ledState : s.sensorState;
-    }
-    return {};
-}
-
 void HardwareInformationViewCtl::changeRotateState() {
     const int row = rotateGroup_->checkedId();
     const std::optional<SettingsDict> settings = readCurrentSettings();
@@ -694,7 +442,8 @@ void HardwareInformationViewCtl::changeRotateState() {
     QPushButton *yes = alert.addButton(L("Alert.Button.YES"), QMessageBox::AcceptRole);
     QPushButton *no = alert.addButton(L("Alert.Button.NO"), QMessageBox::RejectRole);
     alert.setDefaultButton(yes);
-    alert.setEscapeButton(no);
+    UnansweredClose unanswered;
+    alert.installEventFilter(&unanswered);
     alert.exec();
     if (alert.clickedButton() == yes) {
         SendDataToRemotePort(makeCommandU16(COMMAND_SET_ROTATE_MODE, row));
@@ -705,11 +454,7 @@ void HardwareInformationViewCtl::changeRotateState() {
 
 void HardwareInformationViewCtl::reloadRotateMode() {
     const std::optional<SettingsDict> settings = readCurrentSettings();
-    const std::int64_t mode = settings ? settings->intValue("RotateMode") : 0;
-    const QScopedValueRollback<bool> selecting(selectingRotation_, true);
-    if (QAbstractButton *button = rotateGroup_->button(static_cast<int>(mode))) {
-        button->setChecked(true);
-    }
+    selectRotateRow(settings ? settings->intValue("RotateMode") : 0);
 }
 
 void HardwareInformationViewCtl::mouseAction(bool on) {
@@ -725,28 +470,10 @@ void HardwareInformationViewCtl::setMouseInfo(const std::uint8_t *p) {
     const std::pair<std::uint8_t, QLabel *> fields[] = {
         {p[1], stateByButton1_}, {p[2], stateByButton2_}, {p[0], stateByButtonL_}};
     for (const auto &[state, label] : fields) {
-        label->setText(state == 1 ? L("Function.Flag") : QStringLiteral(" "));
-    }
-}
-
-QString HardwareInformationViewCtl::pointerText(QPointF position) {
-    // Truncated toward zero; out-of-range values saturate.
-    const auto whole = [](double v) {
-        if (!std::isfinite(v)) {
-            return 0;
-        }
-        return static_cast<int>(std::clamp(std::trunc(v), -2147483648.0, 2147483647.0));
-    };
-    return QStringLiteral("x=%1, y=%2").arg(whole(position.x())).arg(whole(position.y()));
-}
-
-void HardwareInformationViewCtl::updatePointer() {
-    if (isThreadQuit) {
-        pointerTimer_.stop();
-        return;
-    }
-    if (pointerSource_) {
-        mouseCoordinate_->setText(pointerText(pointerSource_()));
+        // A released button shows a blank; a screen reader says the word instead.
+        const bool pressed = state == 1;
+        label->setAccessibleName(pressed ? QString() : L("Hardware.buttonReleased"));
+        label->setText(pressed ? L("Function.Flag") : QStringLiteral(" "));
     }
 }
 
@@ -773,15 +500,15 @@ bool HardwareInformationViewCtl::saveReport(const QString &basePath) const {
     for (int i = 0; i < IPAddr_->count(); ++i) {
         report.addresses.push_back(IPAddr_->itemText(i).toStdString());
     }
-    report.selfTestJudged = judgedEntry_.has_value();
-    report.areas = judgement_.summaries;
-    report.failedPoints = judgement_.errors;
+    report.selfTestJudged = selfTest_->judgedEntry().has_value();
+    report.areas = selfTest_->judgement().summaries;
+    report.failedPoints = selfTest_->judgement().errors;
 
     QByteArray png;
     if (report.selfTestJudged) {
         QBuffer buffer(&png);
         buffer.open(QIODevice::WriteOnly);
-        framePicture_->grab().save(&buffer, "PNG");
+        selfTest_->picture()->grab().save(&buffer, "PNG");
     }
     const std::string base = basePath.toStdString();
     return writeFileAtomically(base + ".json", hardwareReportJson(report)) &&

@@ -9,8 +9,10 @@
 #include "daemonchannel.h"
 #include "framepicture.h"
 #include "hardwareinformationviewctl.h"
+#include "hardwareselftest.h"
 #include "hostaddresses.h"
 #include "pane_test_support.h"
+#include "pointermonitor.h"
 
 using namespace tavix;
 
@@ -51,17 +53,40 @@ void writeDeviceList() {
     QVERIFY(writeFileAtomically(getSupportDeviceListFilePath(), list.toStdString()));
 }
 
-// Records each command as "1D 01"; answers the self-test start (28) with hardware type 317.
+// A self-test report with one good record per area number in `areas` ("1 1 2").
+QByteArray areaReport(const QString &areas) {
+    QByteArray b(1, 1);
+    for (const QString &area : areas.split(' ')) {
+        b += bytes({area.toInt(), int(b.size() / 7) + 1, 0, 0, 0, 0, 0});
+    }
+    return b;
+}
+
+// Records each command as "1D 01"; answers the self-test start (28) with hardware type 317, at
+// once or, while `late`, when answerLate() is called.
 struct Daemon {
     QStringList received;
+    bool late = false;
+    QList<PortResponder> held;
     QDBusConnection bus = QDBusConnection::connectToBus(QDBusConnection::SessionBus, "daemon");
-    std::unique_ptr<LocalMessagePort> port = LocalMessagePort::create(
+    std::unique_ptr<LocalMessagePort> port = LocalMessagePort::createDeferred(
         QString::fromLatin1(kDaemonPortName),
-        [this](qint32, const QByteArray &data) {
+        [this](qint32, const QByteArray &data, const PortResponder &respond) {
             received << QString::fromLatin1(data.toHex(' ').toUpper());
-            return data == QByteArray(1, 28) ? QByteArray::fromHex("3d010000") : QByteArray();
+            if (data != QByteArray(1, 28)) {
+                respond({});
+            } else if (late) {
+                held << respond;
+            } else {
+                respond(QByteArray::fromHex("3d010000"));
+            }
         },
         bus);
+    void answerLate() {
+        for (const PortResponder &respond : std::exchange(held, {})) {
+            respond(QByteArray::fromHex("3d010000"));
+        }
+    }
 };
 
 }  // namespace
@@ -110,12 +135,22 @@ class HardwareInformationViewCtlTest : public QObject {
         return before.mid(0, before.indexOf("0F 07 00"));
     }
     void sendReport(const QByteArray &report) { ctl_->hardwareTestPortCallBack(0, report); }
+    HardwareSelfTest *selfTest() { return ctl_->selfTest(); }
     // Starts the self-test as the user does and waits for the daemon's answer to arrive.
     void startTest() {
         const int before = sent("1C");
         press(find<QPushButton>("testSelfButton"));
         QTRY_COMPARE(sent("1C"), before + 1);
-        QTRY_COMPARE(ctl_->getHardwareType(), 317);
+        QTRY_COMPARE(selfTest()->getHardwareType(), 317);
+    }
+    // "Top|OK" as the table shows it.
+    static QStringList verdictRows(const QStringList &rows) {
+        QStringList out;
+        for (const QString &row : rows) {
+            out << row.section('|', 0, 0) + '|' +
+                       qtTrId(qPrintable("selfTest." + row.section('|', 1)));
+        }
+        return out;
     }
 
   private Q_SLOTS:
@@ -188,14 +223,31 @@ class HardwareInformationViewCtlTest : public QObject {
         QCOMPARE(text("checkSum1_"), qtTrId("selfTest.NG"));
         QCOMPARE(find("checkSum1_")->palette().color(QPalette::WindowText), QColor(Qt::red));
         sendReport(bytes({0, 0xF7}));
+        sendReport(bytes({24, 1, 0, 2}));
         QString switches;
         for (int n = 1; n <= 8; ++n) {
             switches += text(QStringLiteral("DIPSW%1_").arg(n));
         }
         QCOMPARE(switches, QStringLiteral("10000000"));
-        sendReport(bytes({24, 1, 0, 2}));
         QCOMPARE(text("stateByButtonL_") + text("stateByButton1_") + text("stateByButton2_"),
                  qtTrId("Function.Flag") + "  ");
+        // Each value is heard as itself (its text, no fixed name, so that a change is heard),
+        // labelled by its caption and reached with Tab; a released button is heard as a word.
+        const auto name = [&](const char *label) {
+            return QAccessible::queryAccessibleInterface(find(label))->text(QAccessible::Name);
+        };
+        QCOMPARE(name("stateByButton1_"), qtTrId("Hardware.buttonReleased"));
+        for (const char *value : {"modelName_", "driverVersion_", "version_", "checkSum1_",
+                                  "checkSum2_", "DIPSW3_", "inputMode_", "stateByButtonL_",
+                                  "funByButton1_", "rotateAngle_", "mouseCoordinate_"}) {
+            QAccessibleInterface *said = QAccessible::queryAccessibleInterface(find(value));
+            QCOMPARE(said->text(QAccessible::Name), text(value));
+            const bool captioned =
+                value == QByteArray("checkSum1_") || !said->relations(QAccessible::Label).isEmpty();
+            QVERIFY2(captioned && find(value)->accessibleName().isEmpty() &&
+                         (find(value)->focusPolicy() & Qt::TabFocus),
+                     value);
+        }
     }
 
     // The queries and the mouse-action and button-report switches, by inner tab and model.
@@ -220,93 +272,218 @@ class HardwareInformationViewCtlTest : public QObject {
         QCOMPARE(settle(), (QStringList{"1D 00", "1E 00"}));
     }
 
-    void selfTestRetriesAndJudges() {
+    // One start's runs, step by step: "start", "stop", "leave", "late" (the daemon holds its
+    // answer to 28 until "answer"), and reports as the area numbers of their records ("1 1 2").
+    void selfTestRuns_data() {
+        QTest::addColumn<QStringList>("steps");
+        QTest::addColumn<int>("runs");
+        QTest::addColumn<QStringList>("led");
+        const QStringList whole{"Top|OK", "Left|OK", "Right|OK"}, half{"Top|OK", "Left|OK"};
+        QTest::newRow("incomplete: the next run at once")
+            << QStringList{"start", "1 1 2", "1 2 3"} << 2 << whole;
+        QTest::newRow("a run in two reports: each judged as it comes")
+            << QStringList{"start", "1 2", "3"} << 3 << QStringList{};
+        QTest::newRow("results before the hardware type")
+            << QStringList{"late", "start", "1 2 3", "answer"} << 1 << whole;
+        QTest::newRow("incomplete before the hardware type")
+            << QStringList{"late", "start", "1 2", "answer"} << 2 << QStringList{};
+        QTest::newRow("stop, then a report on its way")
+            << QStringList{"start", "stop", "1 2"} << 1 << half;
+        QTest::newRow("stop before the hardware type")
+            << QStringList{"late", "start", "1 2", "stop", "answer"} << 1 << half;
+        QTest::newRow("left: no further run")
+            << QStringList{"start", "leave", "1 2"} << 1 << QStringList{};
+        QTest::newRow("left before the hardware type")
+            << QStringList{"late", "start", "1 2", "leave", "answer"} << 1 << QStringList{};
+        QTest::newRow("left: the picture stays")
+            << QStringList{"start", "1 2 3", "leave", "1"} << 1 << QStringList{};
+    }
+    void selfTestRuns() {
+        QFETCH(QStringList, steps);
+        QFETCH(int, runs);
+        QFETCH(QStringList, led);
         ctl_->updateUIState();
-        // Runs 1,1,2 miss area 3: retried once no further report comes.
+        settle();
+        QString pictureWhenLeft;
+        for (const QString &step : steps) {
+            if (step == "late") {
+                daemon_->late = true;
+            } else if (step == "start") {
+                press(find<QPushButton>("testSelfButton"));
+                QTRY_COMPARE(sent("1C"), 1);
+                QTRY_COMPARE(selfTest()->getHardwareType(), daemon_->late ? 0 : 317);
+            } else if (step == "answer") {
+                daemon_->answerLate();
+                QTRY_COMPARE(selfTest()->getHardwareType(), 317);
+            } else if (step == "stop") {
+                press(find<QPushButton>("restartTestButton"));
+                QTRY_VERIFY(daemon_->received.contains("20"));
+            } else if (step == "leave") {
+                ctl_->unselectedView();
+                pictureWhenLeft = selfTest()->picture()->describe();
+            } else {
+                // Runs start in turn: each report after the answer to the last start.
+                QTRY_VERIFY(daemon_->late || !selfTest()->awaitingHardwareType());
+                sendReport(areaReport(step));
+            }
+        }
+        QTRY_VERIFY(daemon_->late || !selfTest()->awaitingHardwareType());
+        // The run count keeps pace with the starts sent, and nothing more goes out later.
+        QCOMPARE(selfTest()->testTimesCount(), runs);
+        QCOMPARE(settle().count("1C"), runs);
+        QCOMPARE(rows("LEDTable_"), verdictRows(led));
+        if (steps.contains("leave")) {
+            QCOMPARE(selfTest()->picture()->describe(), pictureWhenLeft);
+        }
+    }
+
+    // Verdicts over one report; a later report updates the tables in place, and the records
+    // kept have a bound.
+    void selfTestJudgesInPlace() {
+        ctl_->updateUIState();
         startTest();
-        sendReport(records({{1, 1, 0}, {1, 2, 0}, {2, 1, 0}}));
-        QTRY_COMPARE(sent("1C"), 2);
-        QCOMPARE(ctl_->testTimesCount(), 2);
-        // Runs 1,2,1 over two reports count three: judged whole, the pending retry dropped.
-        sendReport(records({{1, 1, 0x10}, {1, 2, 0x10}, {1, 3, 0x10}, {1, 4, 0x10}}));
-        sendReport(records({{2, 1, 0x01}, {2, 2, 0}, {2, 9, 0x11}, {0, 1, 0x11}, {200, 1, 0x11}}));
-        QCOMPARE(ctl_->LEDSensorArray()->size(), 9u);
-        QCOMPARE(rows("LEDTable_"),
-                 (QStringList{"Top|" + qtTrId("selfTest.ALL"), "Left|" + qtTrId("selfTest.OK")}));
-        QCOMPARE(rows("sensorTable_"),
-                 (QStringList{"Top|" + qtTrId("selfTest.OK"), "Left|" + qtTrId("selfTest.Check")}));
+        // Runs 1, 2, 0, 200 count four; area 2's point 9 and areas 0 and 200 are skipped.
+        sendReport(records({{1, 1, 0x10},
+                            {1, 2, 0x10},
+                            {1, 3, 0x10},
+                            {1, 4, 0x10},
+                            {2, 1, 0x01},
+                            {2, 2, 0},
+                            {2, 9, 0x11},
+                            {0, 1, 0x11},
+                            {200, 1, 0x11}}));
+        QCOMPARE(rows("LEDTable_"), verdictRows({"Top|ALL", "Left|OK"}));
+        QCOMPARE(rows("sensorTable_"), verdictRows({"Top|OK", "Left|Check"}));
         const QString e = qtTrId("selfTest.E01"), ok = qtTrId("selfTest.OK");
         QCOMPARE(rows("errTable_").size(), 5);
         QCOMPARE(rows("errTable_").at(4), QStringList({"Left", "1", ok, "Left", "1", e}).join('|'));
-        QTest::qWait(HardwareInformationViewCtl::kRetrySettleMs * 2);
-        QCOMPARE(sent("1C"), 2);
+        auto *errors = find<QTableView>("errTable_");
+        errors->selectRow(3);
+        QSignalSpy resets(errors->model(), &QAbstractItemModel::modelReset);
+        QSignalSpy added(errors->model(), &QAbstractItemModel::rowsInserted);
+        sendReport(records({{3, 2, 0x11}}));
+        QCOMPARE(rows("errTable_").size(), 6);
+        QCOMPARE(resets.count(), 0);
+        QCOMPARE(added.count(), 1);
+        QCOMPARE(errors->selectionModel()->selectedRows().value(0).row(), 3);
+        // A daemon that keeps reporting cannot grow the records without bound.
+        QByteArray many(1, 1);
+        for (int i = 0; i < 30000; ++i) {
+            many += bytes({3, 1, 0, 0, 0, 0, 0});
+        }
+        for (int i = 0; i < 3; ++i) {
+            sendReport(many);
+        }
+        QCOMPARE(selfTest()->LEDSensorArray()->size(), HardwareSelfTest::kMaxRecords);
     }
 
-    // Ten empty runs are shown as they are; later reports are judged, none after leaving.
+    // Ten empty runs are shown as they are; later reports are judged.
     void tenRunsThenShownAsTheyAre() {
         ctl_->updateUIState();
         startTest();
-        for (int run = 1; run <= HardwareInformationViewCtl::kMaxTestTimes; ++run) {
+        for (int run = 1; run <= HardwareSelfTest::kMaxTestTimes; ++run) {
             sendReport(QByteArray(1, 1));
             QTRY_COMPARE(sent("1C"), std::min(run + 1, 10));
         }
-        QTRY_COMPARE(rows("LEDTable_"), QStringList{"Top|" + qtTrId("selfTest.OK")});
+        QTRY_COMPARE(rows("LEDTable_"), verdictRows({"Top|OK"}));
         sendReport(records({{1, 1, 0x01}}));
-        QCOMPARE(rows("sensorTable_"), QStringList{"Top|" + qtTrId("selfTest.ALL")});
+        QCOMPARE(rows("sensorTable_"), verdictRows({"Top|ALL"}));
         ctl_->unselectedView();
-        sendReport(records({{1, 1, 0x11}}));
-        QCOMPARE(rows("LEDTable_"), QStringList{});
-        QCOMPARE(ctl_->LEDSensorArray(), nullptr);
+        QCOMPARE(selfTest()->LEDSensorArray(), nullptr);
         // Stop sends 32; a new start counts from one again.
         press(find<QPushButton>("restartTestButton"));
         QTRY_VERIFY(daemon_->received.contains("20"));
         ctl_->updateUIState();
         startTest();
-        QCOMPARE(ctl_->testTimesCount(), 1);
-        QCOMPARE(ctl_->endArea(), 3);
-        QCOMPARE(ctl_->endPoint(), 4);
-        QCOMPARE(sent("1C"), HardwareInformationViewCtl::kMaxTestTimes + 1);
+        QCOMPARE(selfTest()->testTimesCount(), 1);
+        QCOMPARE(selfTest()->endArea(), 3);
+        QCOMPARE(selfTest()->endPoint(), 4);
+        QCOMPARE(sent("1C"), HardwareSelfTest::kMaxTestTimes + 1);
     }
 
+    // Choices of a row as "how row answer": toggled through the accessibility interface,
+    // clicked, or chosen with the keyboard; the alert answered YES, NO, by Escape, by closing it,
+    // or not shown ("-").
     void rotation_data() {
-        QTest::addColumn<QString>("answer");
-        QTest::addColumn<int>("row");
+        QTest::addColumn<int>("saved");
+        QTest::addColumn<QStringList>("choices");
         QTest::addColumn<QStringList>("sent");
         QTest::addColumn<int>("checkedAfter");
-        QTest::newRow("yes") << "Alert.Button.YES" << 2 << QStringList{"15 02 00"} << 2;
-        QTest::newRow("no") << "Alert.Button.NO" << 2 << QStringList{} << 1;
-        QTest::newRow("same row") << "" << 1 << QStringList{} << 1;
+        QTest::newRow("yes") << 1 << QStringList{"toggle 2 YES"} << QStringList{"15 02 00"} << 2;
+        QTest::newRow("no") << 1 << QStringList{"toggle 2 NO"} << QStringList{} << 1;
+        QTest::newRow("saved row") << 1 << QStringList{"click 1 -"} << QStringList{} << 1;
+        QTest::newRow("again after a yes never recorded")
+            << 1 << QStringList{"toggle 2 YES", "click 2 YES"}
+            << QStringList{"15 02 00", "15 02 00"} << 2;
+        QTest::newRow("keyboard") << 1 << QStringList{"key 3 YES"} << QStringList{"15 03 00"} << 3;
+        QTest::newRow("escape") << 1 << QStringList{"click 2 Escape"} << QStringList{} << 2;
+        QTest::newRow("closed") << 1 << QStringList{"click 3 close"} << QStringList{} << 3;
+        QTest::newRow("no, saved mode without a row")
+            << 7 << QStringList{"click 2 NO"} << QStringList{} << -1;
     }
     void rotation() {
-        QFETCH(QString, answer);
-        QFETCH(int, row);
+        QFETCH(int, saved);
+        QFETCH(QStringList, choices);
         QFETCH(int, checkedAfter);
-        writeSettings(317, {{"RotateMode", 1}});
+        writeSettings(317, {{"RotateMode", saved}});
         ctl_->updateUIState();
         settle();
-        bool shown = false;
-        QTimer::singleShot(0, this, [&] {
+        int alerts = 0, expectedAlerts = 0;
+        QString answer;
+        QTimer answering;
+        connect(&answering, &QTimer::timeout, this, [&] {
             auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget());
-            shown = box != nullptr;
-            for (QAbstractButton *b : box ? box->buttons() : QList<QAbstractButton *>{}) {
-                b->text() == qtTrId(qPrintable(answer)) ? b->click() : void();
+            if (!box || !box->isVisible()) {
+                return;
+            }
+            ++alerts;
+            if (answer == "Escape") {
+                QTest::keyClick(box, Qt::Key_Escape);
+            } else if (answer == "close") {
+                box->close();
+            }
+            for (QAbstractButton *b : box->buttons()) {
+                b->text() == qtTrId(qPrintable("Alert.Button." + answer)) ? b->click() : void();
             }
         });
-        // Through the accessibility interface, as a screen reader would choose the row.
-        press(find<QRadioButton>(QStringLiteral("rotateMode_%1").arg(row)),
-              QAccessibleActionInterface::toggleAction());
-        QCOMPARE(shown, !answer.isEmpty());
+        answering.start(5);
+        for (const QString &choice : choices) {
+            const QStringList words = choice.split(' ');
+            answer = words[2];
+            expectedAlerts += answer != "-";
+            auto *radio = find<QRadioButton>("rotateMode_" + words[1]);
+            if (words[0] == "toggle") {
+                press(radio, QAccessibleActionInterface::toggleAction());
+            } else if (words[0] == "click") {
+                QTest::mouseClick(radio, Qt::LeftButton);
+            } else {
+                radio->setFocus();
+                QTest::keyClick(radio, Qt::Key_Space);
+            }
+            QTRY_COMPARE(alerts, expectedAlerts);
+        }
         QTEST(settle(), "sent");
-        QTRY_VERIFY(
-            find<QRadioButton>(QStringLiteral("rotateMode_%1").arg(checkedAfter))->isChecked());
-        QCOMPARE(text("rotateAngle_"), QStringLiteral("90"));
+        QTest::qWait(50);  // longer than a refused row takes to return
+        QCOMPARE(alerts, expectedAlerts);
+        for (int row = 0; row < 4; ++row) {
+            QCOMPARE(find<QRadioButton>(QStringLiteral("rotateMode_%1").arg(row))->isChecked(),
+                     row == checkedAfter);
+        }
+        QCOMPARE(text("rotateAngle_"), QString::number(saved * 90));
     }
 
     void pointer() {
-        QCOMPARE(HardwareInformationViewCtl::pointerText({100.9, -0.5}),
-                 QStringLiteral("x=100, y=0"));
+        QCOMPARE(PointerMonitor::pointerText({100.9, -0.5}), QStringLiteral("x=100, y=0"));
+        // 1920 x 1080 at ratio 1, right of it 2560 x 1440 screen pixels at ratio 2.
+        const QList<ScreenPlace> screens{{QRect(0, 0, 1920, 1080), 1.0},
+                                         {QRect(1920, 0, 1280, 720), 2.0}};
+        const std::pair<QPoint, QPointF> places[] = {
+            {{100, 50}, {100, 50}}, {{2000, 100}, {2080, 200}}, {{3199, 719}, {4478, 1438}}};
+        for (const auto &[logical, pixels] : places) {
+            QCOMPARE(PointerMonitor::screenPixelPosition(logical, screens), pixels);
+        }
         QPointF at(3.5, 4.5);
-        ctl_->setPointerSource([&at] { return at; });
+        ctl_->pointerMonitor()->setPointerSource([&at] { return at; });
         ctl_->updateUIState();
         ctl_->updateUIState();  // still one updater
         QCOMPARE(text("mouseCoordinate_"), QStringLiteral("x=3, y=4"));
@@ -314,7 +491,7 @@ class HardwareInformationViewCtlTest : public QObject {
         QTRY_COMPARE(text("mouseCoordinate_"), QStringLiteral("x=640, y=480"));
         ctl_->unselectedView();
         at = {1, 1};
-        QTest::qWait(HardwareInformationViewCtl::kPointerIntervalMs * 3);
+        QTest::qWait(PointerMonitor::kPointerIntervalMs * 3);
         QCOMPARE(text("mouseCoordinate_"), QStringLiteral("x=640, y=480"));
     }
 
@@ -414,31 +591,35 @@ class HardwareInformationViewCtlTest : public QObject {
         };
         gModelType = 420;
         ctl_->setAddressSource([] { return QStringList{"127.0.0.1", "192.0.2.15"}; });
-        ctl_->setPointerSource([] { return QPointF(1283.6, 742.2); });
+        ctl_->pointerMonitor()->setPointerSource([] { return QPointF(1283.6, 742.2); });
         ctl_->updateUIState();
         QTRY_COMPARE(text("DIPSW1_"), QStringLiteral("1"));
         QTRY_COMPARE(text("checkSum2_"), QStringLiteral("3c5a"));
         save(page_.get(), "information");
 
-        QSignalSpy shown(ctl_.get(), &HardwareInformationViewCtl::testShown);
-        ctl_->testSelf(true);
+        QSignalSpy shown(selfTest(), &HardwareSelfTest::testShown);
+        press(find<QPushButton>("testSelfButton"));
         QVERIFY(shown.wait(10000));
-        // The first run left "Right 2" out; the second was complete.
-        QCOMPARE(ctl_->testTimesCount(), 2);
-        // Each report of the run judges again; the last one lists 108 dead sensors.
-        QTRY_COMPARE(find<QTableView>("errTable_")->model()->rowCount(), 3 + 108);
+        // The first run left "Right 2" out; the second was complete, with 108 dead sensors.
+        QCOMPARE(selfTest()->testTimesCount(), 2);
+        QCOMPARE(find<QTableView>("errTable_")->model()->rowCount(), 3 + 108);
         auto *picture = find<FramePicture>("framePicture");
         QAccessibleInterface *said = QAccessible::queryAccessibleInterface(picture);
         QCOMPARE(said->role(), QAccessible::Graphic);
         QVERIFY2(said->text(QAccessible::Description).contains(QStringLiteral("40, 41")),
                  qPrintable(said->text(QAccessible::Description)));
 
-        // Button reports while the rotation tab is shown.
+        // Button reports while the rotation tab is shown; every value shown on every tab is
+        // heard.
         auto *tabs = find<QTabWidget>("hardwareInfoTabView_");
+        QCOMPARE(test::unheardLabels(page_.get()), QStringList{});
         tabs->setCurrentIndex(1);
         QTRY_COMPARE(text("stateByButtonL_"), qtTrId("Function.Flag"));
+        QTRY_COMPARE(text("stateByButton1_"), QStringLiteral(" "));
+        QCOMPARE(test::unheardLabels(page_.get()), QStringList{});
         save(page_.get(), "rotation");
         tabs->setCurrentIndex(2);
+        QCOMPARE(test::unheardLabels(page_.get()), QStringList{});
         save(page_.get(), "selftest");
         picture->resize(picture->sizeHint() * 1.4);
         save(picture, "picture");

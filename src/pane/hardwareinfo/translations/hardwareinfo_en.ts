@@ -39,10 +39,6 @@
         <source>DIP switches</source>
         <translation>DIP switches</translation>
     </message>
-    <message id="Hardware.dipSwitch">
-        <source>DIP switch %1</source>
-        <translation>DIP switch %1</translation>
-    </message>
     <message id="Hardware.functionButtons">
         <source>Function buttons</source>
         <translation>Function buttons</translation>
@@ -82,10 +78,6 @@
     <message id="Hardware.checksum">
         <source>Checksum:</source>
         <translation>Checksum:</translation>
-    </message>
-    <message id="Hardware.checksumVerdict">
-        <source>Checksum verdict</source>
-        <translation>Checksum verdict</translation>
     </message>
     <message id="Hardware.FounctionButton1">
         <source>Right click</source>
@@ -146,6 +138,10 @@
     <message id="Hardware.saveReport.failed">
         <source>The report could not be written to %1.</source>
         <translation>The report could not be written to %1.</translation>
+    </message>
+    <message id="Hardware.buttonReleased">
+        <source>released</source>
+        <translation>released</translation>
     </message>
     <message id="Function.Flag">
         <source>●</source>
