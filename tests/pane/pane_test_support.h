@@ -146,23 +146,26 @@ class PaneFixture {
     std::unique_ptr<TavixTouchPanelPref> pane_;
 };
 
-// What a screen reader can say below `node`: every name and value in the accessible tree.
-inline void collectHeard(QAccessibleInterface *node, QStringList *heard, int depth = 0) {
+// What a screen reader can say of each object below `node`: its name and its value.
+inline void collectHeard(QAccessibleInterface *node, QHash<QObject *, QStringList> *heard,
+                         int depth = 0) {
     if (node == nullptr || depth > 64) {
         return;
     }
-    *heard << node->text(QAccessible::Name).simplified()
-           << node->text(QAccessible::Value).simplified();
+    if (node->object()) {
+        heard->insert(node->object(), {node->text(QAccessible::Name).simplified(),
+                                       node->text(QAccessible::Value).simplified()});
+    }
     for (int i = 0; i < node->childCount(); ++i) {
         collectHeard(node->child(i), heard, depth + 1);
     }
 }
 
 // The visible labels under `root` whose text a screen reader cannot hear, as "name: text": each
-// shown text must be a name or a value in the accessible tree (alone or as "caption: value"), and a
-// label that shows only blanks needs a word of its own.
+// shown label must be in the accessible tree with its own text as its name or value (alone or as
+// "caption: value"), and a label that shows only blanks needs a word of its own.
 inline QStringList unheardLabels(QWidget *root) {
-    QStringList heard;
+    QHash<QObject *, QStringList> heard;
     collectHeard(QAccessible::queryAccessibleInterface(root), &heard);
     QStringList unheard;
     for (QLabel *label : root->findChildren<QLabel *>()) {
@@ -172,15 +175,16 @@ inline QStringList unheardLabels(QWidget *root) {
         QString text = Qt::mightBeRichText(label->text())
                            ? QTextDocumentFragment::fromHtml(label->text()).toPlainText()
                            : label->text();
-        text = text.simplified();
-        const bool said = text.isEmpty()
-                              ? !QAccessible::queryAccessibleInterface(label)
-                                     ->text(QAccessible::Name)
-                                     .trimmed()
-                                     .isEmpty()
-                              : std::any_of(heard.cbegin(), heard.cend(),
-                                            [&](const QString &h) { return h.contains(text); });
-        if (!said) {
+        text = text.remove(QLatin1Char('&')).simplified();
+        const QStringList said = heard.value(label);
+        const QString name = QString(said.value(0)).remove(QLatin1Char('&'));
+        bool ok = false;
+        if (!said.isEmpty()) {
+            ok = text.isEmpty() ? !name.isEmpty()
+                                : name == text || name.endsWith(QStringLiteral(": ") + text) ||
+                                      said.value(1) == text;
+        }
+        if (!ok) {
             unheard << label->objectName() + QStringLiteral(": ") + text;
         }
     }
