@@ -178,12 +178,10 @@ inline QStringList unheardLabels(QWidget *root) {
         text = text.remove(QLatin1Char('&')).simplified();
         const QStringList said = heard.value(label);
         const QString name = QString(said.value(0)).remove(QLatin1Char('&'));
-        bool ok = false;
-        if (!said.isEmpty()) {
-            ok = text.isEmpty() ? !name.isEmpty()
-                                : name == text || name.endsWith(QStringLiteral(": ") + text) ||
-                                      said.value(1) == text;
-        }
+        const bool ok =
+            !said.isEmpty() &&
+            (text.isEmpty() ? !name.isEmpty()
+                            : name == text || said.value(1) == text || name.endsWith(": " + text));
         if (!ok) {
             unheard << label->objectName() + QStringLiteral(": ") + text;
         }

@@ -63,7 +63,7 @@ QByteArray areaReport(const QString &areas) {
 }
 
 // Records each command as "1D 01"; answers the self-test start (28) with hardware type 317, at
-// once or, while `late`, when answerLate() is called.
+// once or, while `late`, when the test answers what is `held`.
 struct Daemon {
     QStringList received;
     bool late = false;
@@ -73,20 +73,11 @@ struct Daemon {
         QString::fromLatin1(kDaemonPortName),
         [this](qint32, const QByteArray &data, const PortResponder &respond) {
             received << QString::fromLatin1(data.toHex(' ').toUpper());
-            if (data != QByteArray(1, 28)) {
-                respond({});
-            } else if (late) {
-                held << respond;
-            } else {
-                respond(QByteArray::fromHex("3d010000"));
-            }
+            const bool start = data == QByteArray(1, 28);
+            start &&late ? void(held << respond)
+                         : respond(start ? QByteArray::fromHex("3d010000") : QByteArray());
         },
         bus);
-    void answerLate() {
-        for (const PortResponder &respond : std::exchange(held, {})) {
-            respond(QByteArray::fromHex("3d010000"));
-        }
-    }
 };
 
 }  // namespace
@@ -233,10 +224,9 @@ class HardwareInformationViewCtlTest : public QObject {
                  qtTrId("Function.Flag") + "  ");
         // Each value is heard as itself (its text, no fixed name, so that a change is heard),
         // labelled by its caption and reached with Tab; a released button is heard as a word.
-        const auto name = [&](const char *label) {
-            return QAccessible::queryAccessibleInterface(find(label))->text(QAccessible::Name);
-        };
-        QCOMPARE(name("stateByButton1_"), qtTrId("Hardware.buttonReleased"));
+        QCOMPARE(
+            QAccessible::queryAccessibleInterface(find("stateByButton1_"))->text(QAccessible::Name),
+            qtTrId("Hardware.buttonReleased"));
         for (const char *value : {"modelName_", "driverVersion_", "version_", "checkSum1_",
                                   "checkSum2_", "DIPSW3_", "inputMode_", "stateByButtonL_",
                                   "funByButton1_", "rotateAngle_", "mouseCoordinate_"}) {
@@ -313,7 +303,9 @@ class HardwareInformationViewCtlTest : public QObject {
                 QTRY_COMPARE(sent("1C"), 1);
                 QTRY_COMPARE(selfTest()->getHardwareType(), daemon_->late ? 0 : 317);
             } else if (step == "answer") {
-                daemon_->answerLate();
+                for (const PortResponder &respond : std::exchange(daemon_->held, {})) {
+                    respond(QByteArray::fromHex("3d010000"));
+                }
                 QTRY_COMPARE(selfTest()->getHardwareType(), 317);
             } else if (step == "stop") {
                 press(find<QPushButton>("restartTestButton"));
@@ -343,15 +335,9 @@ class HardwareInformationViewCtlTest : public QObject {
         ctl_->updateUIState();
         startTest();
         // Runs 1, 2, 0, 200 count four; area 2's point 9 and areas 0 and 200 are skipped.
-        sendReport(records({{1, 1, 0x10},
-                            {1, 2, 0x10},
-                            {1, 3, 0x10},
-                            {1, 4, 0x10},
-                            {2, 1, 0x01},
-                            {2, 2, 0},
-                            {2, 9, 0x11},
-                            {0, 1, 0x11},
-                            {200, 1, 0x11}}));
+        const QByteArray top = records({{1, 1, 0x10}, {1, 2, 0x10}, {1, 3, 0x10}, {1, 4, 0x10}});
+        sendReport(top +
+                   records({{2, 1, 1}, {2, 2, 0}, {2, 9, 17}, {0, 1, 17}, {200, 1, 17}}).mid(1));
         QCOMPARE(rows("LEDTable_"), verdictRows({"Top|ALL", "Left|OK"}));
         QCOMPARE(rows("sensorTable_"), verdictRows({"Top|OK", "Left|Check"}));
         const QString e = qtTrId("selfTest.E01"), ok = qtTrId("selfTest.OK");
@@ -367,12 +353,8 @@ class HardwareInformationViewCtlTest : public QObject {
         QCOMPARE(added.count(), 1);
         QCOMPARE(errors->selectionModel()->selectedRows().value(0).row(), 3);
         // A daemon that keeps reporting cannot grow the records without bound.
-        QByteArray many(1, 1);
-        for (int i = 0; i < 30000; ++i) {
-            many += bytes({3, 1, 0, 0, 0, 0, 0});
-        }
         for (int i = 0; i < 3; ++i) {
-            sendReport(many);
+            sendReport(QByteArray(1, 1) + records({{3, 1, 0}}).mid(1).repeated(30000));
         }
         QCOMPARE(selfTest()->LEDSensorArray()->size(), HardwareSelfTest::kMaxRecords);
     }
@@ -401,9 +383,8 @@ class HardwareInformationViewCtlTest : public QObject {
         QCOMPARE(sent("1C"), HardwareSelfTest::kMaxTestTimes + 1);
     }
 
-    // Choices of a row as "how row answer": toggled through the accessibility interface,
-    // clicked, or chosen with the keyboard; the alert answered YES, NO, by Escape, by closing it,
-    // or not shown ("-").
+    // Choices "how row answer": a row toggled by a screen reader, clicked or keyed; the alert
+    // answered YES, NO, by Escape, by closing it, or not shown ("-").
     void rotation_data() {
         QTest::addColumn<int>("saved");
         QTest::addColumn<QStringList>("choices");
@@ -433,7 +414,7 @@ class HardwareInformationViewCtlTest : public QObject {
         QTimer answering;
         connect(&answering, &QTimer::timeout, this, [&] {
             auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget());
-            if (!box || !box->isVisible()) {
+            if (!box) {
                 return;
             }
             ++alerts;
