@@ -118,10 +118,12 @@ class HardwareInformationViewCtlTest : public QObject {
     void press(QWidget *w, const QString &action = QAccessibleActionInterface::pressAction()) {
         QAccessible::queryAccessibleInterface(w)->actionInterface()->doAction(action);
     }
-    // What the page sent so far, once a later marker has arrived (sends keep their order).
+    // What the page sent so far, once a later marker has arrived (sends keep their order; the
+    // marker goes once the bus has announced the daemon).
     QStringList settle() {
-        SendDataToRemotePort(makeCommandU16(COMMAND_SET_INPUT_MODE, 7));
-        [&] { QTRY_VERIFY(daemon_->received.contains("0F 07 00")); }();
+        const bool announced = QTest::qWaitFor(
+            [] { return SendDataToRemotePort(makeCommandU16(COMMAND_SET_INPUT_MODE, 7)); });
+        [&] { QTRY_VERIFY(announced && daemon_->received.contains("0F 07 00")); }();
         const QStringList before = std::exchange(daemon_->received, {});
         return before.mid(0, before.indexOf("0F 07 00"));
     }
@@ -134,8 +136,7 @@ class HardwareInformationViewCtlTest : public QObject {
         QTRY_COMPARE(sent("1C"), before + 1);
         QTRY_COMPARE(selfTest()->getHardwareType(), 317);
     }
-    // "Top|OK" as the table shows it.
-    static QStringList verdictRows(const QStringList &rows) {
+    static QStringList verdictRows(const QStringList &rows) {  // "Top|OK" as it is shown
         QStringList out;
         for (const QString &row : rows) {
             out << row.section('|', 0, 0) + '|' +
@@ -324,9 +325,8 @@ class HardwareInformationViewCtlTest : public QObject {
         QCOMPARE(selfTest()->testTimesCount(), runs);
         QCOMPARE(settle().count("1C"), runs);
         QCOMPARE(rows("LEDTable_"), verdictRows(led));
-        if (steps.contains("leave")) {
-            QCOMPARE(selfTest()->picture()->describe(), pictureWhenLeft);
-        }
+        QCOMPARE(steps.contains("leave") ? selfTest()->picture()->describe() : QString(),
+                 pictureWhenLeft);
     }
 
     // Verdicts over one report; a later report updates the tables in place, and the records
@@ -590,8 +590,7 @@ class HardwareInformationViewCtlTest : public QObject {
         QVERIFY2(said->text(QAccessible::Description).contains(QStringLiteral("40, 41")),
                  qPrintable(said->text(QAccessible::Description)));
 
-        // Button reports while the rotation tab is shown; every value shown on every tab is
-        // heard.
+        // Every value shown on every tab is heard; button reports come while tab 1 is shown.
         auto *tabs = find<QTabWidget>("hardwareInfoTabView_");
         QCOMPARE(test::unheardLabels(page_.get()), QStringList{});
         tabs->setCurrentIndex(1);
