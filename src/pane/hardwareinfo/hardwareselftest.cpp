@@ -4,7 +4,6 @@
 #include <QGridLayout>
 #include <QHBoxLayout>
 #include <QHeaderView>
-#include <QPointer>
 #include <QPushButton>
 #include <QTableView>
 
