@@ -62,8 +62,7 @@ QByteArray areaReport(const QString &areas) {
     return b;
 }
 
-// Records each command as "1D 01"; answers the self-test start (28) with hardware type 317, at
-// once or, while `late`, when the test answers what is `held`.
+// Records each command as "1D 01"; answers 28 with type 317, at once or (`late`) when told.
 struct Daemon {
     QStringList received;
     bool late = false;
