@@ -2,6 +2,7 @@
 // with recording page controllers, a peer on the bus, and a capture of the pane's syslog lines.
 #pragma once
 
+#include <QAbstractButton>
 #include <QAccessible>
 #include <QCheckBox>
 #include <QComboBox>
@@ -158,20 +159,28 @@ inline void collectHeard(QAccessibleInterface *node, QStringList *heard, int dep
     }
 }
 
-// The visible labels under `root` whose text a screen reader cannot hear, as "name: text": each
-// shown text must be a name or a value in the accessible tree (alone or as "caption: value"), and a
-// label that shows only blanks needs a word of its own.
+// The visible labels and button titles under `root` whose text a screen reader cannot hear, as
+// "name: text": each shown text must be a name or a value in the accessible tree (alone or as
+// "caption: value"), and a label that shows only blanks needs a word of its own.
 inline QStringList unheardLabels(QWidget *root) {
     QStringList heard;
     collectHeard(QAccessible::queryAccessibleInterface(root), &heard);
     QStringList unheard;
-    for (QLabel *label : root->findChildren<QLabel *>()) {
-        if (!label->isVisible() || label->text().isEmpty()) {
-            continue;
+    QList<QWidget *> shown;
+    for (QWidget *widget : root->findChildren<QWidget *>()) {
+        const QString text = widget->property("text").toString();
+        if (widget->isVisible() && !text.isEmpty() &&
+            (qobject_cast<QLabel *>(widget) || qobject_cast<QAbstractButton *>(widget))) {
+            shown << widget;
         }
-        QString text = Qt::mightBeRichText(label->text())
-                           ? QTextDocumentFragment::fromHtml(label->text()).toPlainText()
-                           : label->text();
+    }
+    for (QWidget *label : shown) {
+        QString text = label->property("text").toString();
+        if (qobject_cast<QAbstractButton *>(label)) {
+            text = QString(text).remove(QLatin1Char('&'));  // a mnemonic is not said
+        } else if (Qt::mightBeRichText(text)) {
+            text = QTextDocumentFragment::fromHtml(text).toPlainText();
+        }
         text = text.simplified();
         const bool said = text.isEmpty()
                               ? !QAccessible::queryAccessibleInterface(label)

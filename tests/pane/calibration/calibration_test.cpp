@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 
 #include "calibration/calibrationviewclt.h"
+#include "calibration/hotkeychord.h"
 #include "calibration/radiomatrix.h"
 #include "pane_test_support.h"
 #include "properties_env.h"
@@ -50,7 +51,9 @@ SettingsDict settings(int calibrationType, int simpleType, int rotateMode) {
 struct KeySink : QWidget {
     explicit KeySink(QWidget *parent) : QWidget(parent) { setFocusPolicy(Qt::StrongFocus); }
     int presses = 0;
-    void keyPressEvent(QKeyEvent *e) override { presses += e->key() < Qt::Key_Escape ? 1 : 0; }
+    void keyPressEvent(QKeyEvent *e) override {
+        presses += e->key() < Qt::Key_Shift || e->key() > Qt::Key_ScrollLock ? 1 : 0;
+    }
 };
 
 // Table-driven tests name their rows after the first member of each entry.
@@ -97,19 +100,49 @@ const struct Control {
     {"start, second manual", "startButton_", 2, "1F 00 00"},
 };
 
-// Key events with "SimpleCalibrationType" 2 in the file.
+// Key events with "SimpleCalibrationType" 2 in the file. Shift turns a digit into the symbol
+// above it, which still names the digit's hot key.
 const int kCS = Qt::ControlModifier | Qt::ShiftModifier;
 const struct Chord {
     const char *name;
     int key, modifiers;
     bool consumed;
     QStringList sent;
+    const char *calibrationKey = "C";
 } kChords[] = {
     {"C", Qt::Key_C, kCS, true, {"12 01 00"}},
     {"S: 2 steps to 0", Qt::Key_S, kCS, true, {"12 00 00", "13 00 00"}},
     {"Control+Option+C", Qt::Key_C, Qt::ControlModifier | Qt::AltModifier, false, {}},
     {"Control+Shift+Command+C", Qt::Key_C, kCS | Qt::MetaModifier, true, {"12 01 00"}},
     {"X consumed", Qt::Key_X, kCS, true, {}},
+    {"1 arrives as !", Qt::Key_Exclam, kCS, true, {"12 01 00"}, "1"},
+    {"2 arrives as @ (US)", Qt::Key_At, kCS, true, {"12 01 00"}, "2"},
+    {"7 arrives as / (German)", Qt::Key_Slash, kCS, true, {"12 01 00"}, "7"},
+    {"! is not 2", Qt::Key_Exclam, kCS, true, {}, "2"},
+    {"Control+Shift+Tab moves the focus", Qt::Key_Backtab, kCS, false, {}},
+};
+
+// The hot key a chord names, by the key's place on the number row where the window system tells
+// it, else by what the key shows.
+const QLocale kUS(QLocale::English, QLocale::UnitedStates), kDE(QLocale::German);
+const struct Place {
+    const char *name;
+    int key;
+    quint32 scanCode;
+    ScanCodes codes;
+    QLocale keyboard;
+    const char *hotKey;
+} kPlaces[] = {
+    {"XKB 16 is 7 on any layout", Qt::Key_Slash, 16, ScanCodes::Xkb, kUS, "7"},
+    {"XKB 19 is 0", Qt::Key_Equal, 19, ScanCodes::Xkb, kDE, "0"},
+    {"XKB 10 on AZERTY is 1", Qt::Key_1, 10, ScanCodes::Xkb, kUS, "1"},
+    {"unknown numbering: 16 is nothing", Qt::Key_Q, 16, ScanCodes::Unknown, kUS, "Q"},
+    {"& is 7 in the US", Qt::Key_Ampersand, 0, ScanCodes::Unknown, kUS, "7"},
+    {"& is 6 in Germany", Qt::Key_Ampersand, 0, ScanCodes::Unknown, kDE, "6"},
+    {") is 9 in Germany", Qt::Key_ParenRight, 0, ScanCodes::Unknown, kDE, "9"},
+    {"§ is 3", Qt::Key_section, 0, ScanCodes::Unknown, kUS, "3"},
+    {"a letter is its key", Qt::Key_Z, 52, ScanCodes::Xkb, kDE, "Z"},
+    {"- is no hot key", Qt::Key_Minus, 20, ScanCodes::Xkb, kUS, ""},
 };
 
 // A key confirmed in the hot-key window; the alert named by its text's key.
@@ -126,6 +159,7 @@ const struct HotKey {
     {"the other key's key", false, "S", true, true, "Alert.HotKeyFailure", ""},
     {"no settings file", false, "K", false, true, "", "00 00"},
     {"no daemon port", false, "K", true, false, "Alert.CalibrationHotKeyChanged", ""},
+    {"no key chosen", false, "", true, true, "Alert.HotKeyFailure", ""},
 };
 
 }  // namespace
@@ -139,6 +173,7 @@ class CalibrationTest : public QObject, public test::PaneFixture {
     std::unique_ptr<QWidget> window_;
     KeySink *sink_ = nullptr;
     CalibrationViewClt *ctl_ = nullptr;
+    std::shared_ptr<FakeDisplays> displays_;
 
     template <typename T = RadioMatrix>
     T *w(const QString &name) const {
@@ -159,9 +194,9 @@ class CalibrationTest : public QObject, public test::PaneFixture {
         window_ = std::make_unique<QWidget>();
         window_->resize(700, 560);
         sink_ = new KeySink(window_.get());
-        auto displays = std::make_shared<FakeDisplays>();
-        displays->list = std::move(list);
-        ctl_ = new CalibrationViewClt(window_.get(), displays, window_.get());
+        displays_ = std::make_shared<FakeDisplays>();
+        displays_->list = std::move(list);
+        ctl_ = new CalibrationViewClt(window_.get(), displays_, window_.get());
         window_->show();
         QVERIFY(QTest::qWaitForWindowExposed(window_.get()));
         ctl_->updateUIState();
@@ -232,6 +267,44 @@ class CalibrationTest : public QObject, public test::PaneFixture {
         const QString text = localizedText(key.constData());
         QCOMPARE(w<QLabel>("touchDisplay_")->text(),
                  text.contains("%1") ? text.arg(name + ", M " + name) : text);
+        QCOMPARE(test::unheardLabels(window_.get()), QStringList{});
+    }
+
+    // A screen reader hears the values, not their captions, and hears them change; the hot-key
+    // buttons say their chord; the sentence about the display is a Tab stop.
+    void valuesAreHeard() {
+        SettingsDict file = settings(0, 0, 0);
+        file.set("SimpleHotKey", "7");
+        makePage(317, {display("DP-2", 1920, 1080, kVendor, kProduct)}, file);
+        displays_->list = {display("HDMI-A-1", 1280, 720, 3, 4)};
+        ctl_->updateUIState();
+        const auto said = [](QWidget *widget) {
+            return QAccessible::queryAccessibleInterface(widget)->text(QAccessible::Name);
+        };
+        for (const char *value : {"resolution_", "touchDisplay_"}) {
+            QLabel *label = w<QLabel>(value);
+            QCOMPARE(said(label), label->text());
+            // A label tells the bus of its new text only while it has no name of its own.
+            QVERIFY2(label->accessibleName().isEmpty(), value);
+        }
+        QCOMPARE(said(w<QLabel>("resolution_")), "1280 * 720");
+        QCOMPARE(w<QLabel>("resolution_Caption")->buddy(), w<QLabel>("resolution_"));
+        for (const auto &[button, key] :
+             {std::pair{"calibrationBtn_", "C"}, {"simpleSwitchBtn_", "7"}}) {
+            QCOMPARE(said(w<QPushButton>(button)), localizedText("HotKeyString") + key);
+            QCOMPARE(w<QLabel>(QString(button) + "Caption")->buddy(), w<QPushButton>(button));
+        }
+        w<QPushButton>("calibrationBtn_")->setFocus();
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab, Qt::ShiftModifier);
+        QTRY_COMPARE(QApplication::focusWidget(), w<QLabel>("touchDisplay_"));
+    }
+
+    // Which hot key a chord names, on a window system that tells the key's place and on one that
+    // does not.
+    void chordCharacters_data() { rows(kPlaces); }
+    void chordCharacters() {
+        const Place &p = row(kPlaces);
+        QCOMPARE(chordCharacter(p.key, p.scanCode, p.codes, p.keyboard), QString(p.hotKey));
     }
 
     // Nothing is sent and the file keeps its type.
@@ -301,7 +374,9 @@ class CalibrationTest : public QObject, public test::PaneFixture {
     void chords_data() { rows(kChords); }
     void chords() {
         const Chord &c = row(kChords);
-        makePage(317, {display("DP-2", 1920, 1080, kVendor, kProduct)}, settings(0, 2, 0));
+        SettingsDict file = settings(0, 2, 0);
+        file.set("CalibrationHotKey", c.calibrationKey);
+        makePage(317, {display("DP-2", 1920, 1080, kVendor, kProduct)}, file);
         sink_->setFocus();
         QTRY_VERIFY(sink_->hasFocus());
         auto *keys = ctl_->hotKeyWindow()->findChild<QComboBox *>();
