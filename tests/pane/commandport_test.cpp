@@ -1,6 +1,8 @@
 // What reaches the pane from outside: the command port "preferenceCommend" fed by a real peer
 // on the bus, the state monitor (a pass every 20 ms here instead of every second), and the
 // status-bar utility switch.
+#include <QAccessible>
+#include <QAccessibleActionInterface>
 #include <QDialog>
 #include <QFileInfo>
 #include <QSignalSpy>
@@ -117,16 +119,21 @@ class CommandPortTest : public QObject, PaneFixture {
         }
     }
 
-    // Checking the box starts the installed utility; unchecking asks the running one to quit.
+    // Checking the box starts the installed utility; unchecking asks the running one to quit;
+    // by mouse, by keyboard or by a screen reader's toggle alike.
     void statusBarCheckBox_data() {
-        QTest::addColumn<bool>("shown");    // the box's state before the click
+        QTest::addColumn<bool>("shown");    // the box's state before the change
         QTest::addColumn<bool>("utility");  // installed (to check) or running (to uncheck)
-        QTest::newRow("on, utility installed") << false << true;
-        QTest::newRow("off, utility running") << true << true;
+        QTest::addColumn<QString>("way");
+        for (const char *way : {"mouse", "keyboard", "screen reader"}) {
+            QTest::addRow("on, utility installed, %s", way) << false << true << QString(way);
+            QTest::addRow("off, utility running, %s", way) << true << true << QString(way);
+        }
     }
     void statusBarCheckBox() {
         QFETCH(bool, shown);
         QFETCH(bool, utility);
+        QFETCH(QString, way);
         writeUtilities(utilities(317, true, 0, false, shown));
         const QString marker = env_.home() + QStringLiteral("/utility-started");
         QList<QPair<qint32, QByteArray>> received;
@@ -151,7 +158,16 @@ class CommandPortTest : public QObject, PaneFixture {
         startPane(true);
         QCOMPARE(checkBox()->isChecked(), shown);
 
-        QTest::mouseClick(checkBox(), Qt::LeftButton);
+        if (way == "mouse") {
+            QTest::mouseClick(checkBox(), Qt::LeftButton);
+        } else if (way == "keyboard") {
+            checkBox()->setFocus();
+            QTest::keyClick(checkBox(), Qt::Key_Space);
+        } else {
+            QAccessible::queryAccessibleInterface(checkBox())
+                ->actionInterface()
+                ->doAction(QAccessibleActionInterface::toggleAction());
+        }
         QCOMPARE(checkBox()->isChecked(), !shown);
         QCOMPARE(pane_->statusBarIsShow(), !shown);
         QCOMPARE(readUtilities()->boolValue("isShowStatuMenu"), !shown);

@@ -154,6 +154,7 @@ void CalibrationViewClt::buildPage(QWidget *page) {
     touchDisplay_->setTextInteractionFlags(Qt::TextSelectableByMouse |
                                            Qt::TextSelectableByKeyboard);
     touchDisplay_->setFocusPolicy(Qt::TabFocus);
+    showTouchDisplay(kNone, DisplayInfo{});  // as "0 * 0" above, until the first refresh
     displayLayout->addRow(touchDisplay_);
     column->addWidget(displayBox);
 
