@@ -10,6 +10,7 @@
 #include "properties_env.h"
 
 using namespace tavix;
+using namespace std::chrono_literals;
 
 namespace {
 
@@ -449,18 +450,34 @@ class CalibrationTest : public QObject, public test::PaneFixture {
         expectSent(*sent ? QStringList{sent} : QStringList{});
     }
 
-    // A page switch that arrives while the hot-key window is open waits until it has closed.
-    void pageSwitchWaitsForTheHotKeyWindow() {
+    // The real pane on the stored page 0 with its monitor passing every `period`.
+    void startRealPane(std::chrono::milliseconds period) {
         test::writeUtilities(test::utilities(317, true, 0));
         gModelType = 317;
         QVERIFY(writePlistFileAtomically(settings(0, 0, 0), path()));
         TavixTouchPanelPref::Options options;
-        options.monitorPeriod = std::chrono::hours(1);
+        options.monitorPeriod = period;
         pane_ = std::make_unique<TavixTouchPanelPref>(std::move(options));
         view()->show();
         pane_->mainViewDidLoad();
         pane_->willSelect();
         QCOMPARE(tabView()->currentIndex(), 0);
+    }
+    bool waitForPasses(int count) {
+        QSignalSpy spy(pane_.get(), &TavixTouchPanelPref::statePolled);
+        return QTest::qWaitFor([&] { return spy.count() >= count; }, 5000);
+    }
+
+    // Page switches that arrive while the hot-key window is open wait until it has closed; when
+    // the pane is unselected meanwhile they are dropped, also on its next showing.
+    void pageSwitchWaitsForTheHotKeyWindow_data() {
+        QTest::addColumn<bool>("unselect");
+        QTest::newRow("window closed") << false;
+        QTest::newRow("pane unselected") << true;
+    }
+    void pageSwitchWaitsForTheHotKeyWindow() {
+        QFETCH(bool, unselect);
+        startRealPane(std::chrono::hours(1));
         whileModal(
             [&] {
                 QTest::mouseClick(view()->findChild<QPushButton *>("calibrationBtn_"),
@@ -471,9 +488,59 @@ class CalibrationTest : public QObject, public test::PaneFixture {
                         test::sendToPane(QByteArray(1, '\x03')));
                 QVERIFY(QApplication::activeModalWidget()->isVisible());
                 QCOMPARE(tabView()->currentIndex(), 0);
+                if (unselect) {
+                    pane_->willUnselect();
+                    QVERIFY(QApplication::activeModalWidget() == nullptr);
+                    pane_->willSelect();
+                }
             });
-        QTRY_COMPARE(tabView()->currentIndex(), 3);
-        QCOMPARE(test::readUtilities()->intValue("currentPageIndex"), 3);
+        if (unselect) {
+            QVERIFY(test::sendToPane(QByteArray(1, '\x0a')));  // whatever was queued has run
+        }
+        QTRY_COMPARE(tabView()->currentIndex(), unselect ? 0 : 3);
+        QCOMPARE(test::readUtilities()->intValue("currentPageIndex"), unselect ? 0 : 3);
+    }
+
+    // When the page in use changes behind the hot-key window, the monitor ends it; an alert of
+    // the window's own on top ends instead, and the window stays for the person to finish (here
+    // the daemon is gone, so the confirmed key cannot close it).
+    void monitorAndTheHotKeyWindow_data() {
+        QTest::addColumn<bool>("alert");
+        QTest::newRow("window alone") << false;
+        QTest::newRow("alert over it") << true;
+    }
+    void monitorAndTheHotKeyWindow() {
+        QFETCH(bool, alert);
+        startRealPane(20ms);
+        auto *ctl = view()->findChild<QPushButton *>("calibrationBtn_");
+        QDialog *win = nullptr;
+        bool alertEnded = false;
+        daemon_.stop();
+        whileModal([&] { QTest::mouseClick(ctl, Qt::LeftButton); },
+                   [&] {
+                       win = qobject_cast<QDialog *>(QApplication::activeModalWidget());
+                       QVERIFY(win != nullptr);
+                       if (!alert) {
+                           test::writeUtilities(test::utilities(317, true, 2));
+                           QTRY_VERIFY(!win->isVisible());
+                           return;
+                       }
+                       auto *keys = win->findChild<QComboBox *>();
+                       keys->setCurrentIndex(keys->findText("K"));
+                       QTimer::singleShot(0, this, [&] {
+                           QWidget *box = QApplication::activeModalWidget();
+                           QVERIFY(box != win && box->isVisible());
+                           test::writeUtilities(test::utilities(317, true, 2));
+                           QTRY_VERIFY(!box->isVisible());
+                           alertEnded = waitForPasses(2) && win->isVisible();
+                       });
+                       QTest::mouseClick(win->findChild<QPushButton *>("hotKeySet"),
+                                         Qt::LeftButton);
+                       QVERIFY(waitForPasses(3));
+                       QVERIFY(win->isVisible());
+                   });
+        QVERIFY(daemon_.start());
+        QCOMPARE(alertEnded, alert);
     }
 };
 
