@@ -283,6 +283,29 @@ class CommandPortTest : public QObject, PaneFixture {
         QCOMPARE(log_, ended ? QStringList{"cal.hideModelWindow"} : QStringList{});
     }
 
+    // Messages wait under a modal window and then run; a window shown again and again is
+    // watched by one connection at a time, none once it has closed.
+    void deferredMessagesUnderARecurringWindow() {
+        writeUtilities(utilities(317, true, 0));
+        startPane(true, std::chrono::hours(1));
+        struct Window : QDialog {
+            using QDialog::QDialog;
+            int watchers() const { return receivers(SIGNAL(destroyed(QObject *))); }
+        } window(view());
+        window.setWindowModality(Qt::ApplicationModal);
+        window.show();
+        const int others = window.watchers();  // Qt's own
+        for (const int page : {1, 2, 3}) {
+            window.show();
+            QVERIFY(sendToPane(bytes(page)));
+            QCOMPARE(tabView()->currentIndex(), page - 1);
+            QCOMPARE(window.watchers(), others + 1);
+            window.hide();
+            QTRY_COMPARE(tabView()->currentIndex(), page);
+        }
+        QCOMPARE(window.watchers(), others);
+    }
+
     // A replaced state file wakes the monitor at once: with an hour between periodic passes,
     // only the folder watch can bring these passes.
     void replacedFileWakesTheMonitor() {
