@@ -159,28 +159,22 @@ inline void collectHeard(QAccessibleInterface *node, QStringList *heard, int dep
     }
 }
 
-// The visible labels and button titles under `root` whose text a screen reader cannot hear, as
-// "name: text": each shown text must be a name or a value in the accessible tree (alone or as
-// "caption: value"), and a label that shows only blanks needs a word of its own.
+// The visible labels and buttons under `root` whose text a screen reader cannot hear, as "name:
+// text": each shown text must be a name or a value in the accessible tree (alone or as "caption:
+// value"), and a label that shows only blanks needs a word of its own.
 inline QStringList unheardLabels(QWidget *root) {
     QStringList heard;
     collectHeard(QAccessible::queryAccessibleInterface(root), &heard);
     QStringList unheard;
-    QList<QWidget *> shown;
-    for (QWidget *widget : root->findChildren<QWidget *>()) {
-        const QString text = widget->property("text").toString();
-        if (widget->isVisible() && !text.isEmpty() &&
-            (qobject_cast<QLabel *>(widget) || qobject_cast<QAbstractButton *>(widget))) {
-            shown << widget;
-        }
-    }
-    for (QWidget *label : shown) {
+    for (QWidget *label : root->findChildren<QWidget *>()) {
         QString text = label->property("text").toString();
-        if (qobject_cast<QAbstractButton *>(label)) {
-            text = QString(text).remove(QLatin1Char('&'));  // a mnemonic is not said
-        } else if (Qt::mightBeRichText(text)) {
-            text = QTextDocumentFragment::fromHtml(text).toPlainText();
+        const bool button = qobject_cast<QAbstractButton *>(label) != nullptr;
+        if (!label->isVisible() || text.isEmpty() || (!button && !qobject_cast<QLabel *>(label))) {
+            continue;
         }
+        text = button ? text.remove(QLatin1Char('&'))  // a mnemonic is not said
+               : Qt::mightBeRichText(text) ? QTextDocumentFragment::fromHtml(text).toPlainText()
+                                           : text;
         text = text.simplified();
         const bool said = text.isEmpty()
                               ? !QAccessible::queryAccessibleInterface(label)
