@@ -18,6 +18,7 @@
 #include "settings_store.h"
 #include "settingviewctl.h"
 #include "ui_tavixtouchpanelpref.h"
+#include "useraction.h"
 #include "version/versionviewctl.h"
 
 namespace tavix {
@@ -77,9 +78,9 @@ QWidget *TavixTouchPanelPref::loadMainView() {
 
     // Connected after setupUi, so that building the tab view is not taken for a page change.
     connect(tabView_, &QTabWidget::currentChanged, this, &TavixTouchPanelPref::onTabChanged);
-    connect(tabPopUp_, &QComboBox::activated, this, [this] { selectItem(tabPopUp_); });
-    connect(statusBarState_, &QCheckBox::clicked, this,
-            [this] { showOrHideStatusBarApp(statusBarState_); });
+    // By mouse, keyboard or screen reader alike; changes made here from code are no choice.
+    onUserChange(tabPopUp_, this, [this] { selectItem(tabPopUp_); });
+    onUserChange(statusBarState_, this, [this] { showOrHideStatusBarApp(statusBarState_); });
     return view;
 }
 
@@ -103,7 +104,7 @@ void TavixTouchPanelPref::mainViewDidLoad() {
     disableSettingsForString(
         localizedText(gModelType.load() == 0 ? "Alert.disconnect" : "Alert.driverDisable"));
     // No page is checked in the pop-up while the pages are unusable.
-    tabPopUp_->setCurrentIndex(-1);
+    showPopUpItem(-1);
 }
 
 void TavixTouchPanelPref::willSelect() {
@@ -127,14 +128,25 @@ void TavixTouchPanelPref::willSelect() {
     _currentItemIndex = static_cast<std::int32_t>(d.intValue("currentPageIndex"));
     const std::int32_t index = _currentItemIndex.load();
     controllerForIndex(index)->updateUIState();
-    statusBarState_->setChecked(statusBarIsShow_);
+    {
+        const QSignalBlocker block(statusBarState_);  // shows the stored wish, changes nothing
+        statusBarState_->setChecked(statusBarIsShow_);
+    }
     tabView_->setCurrentIndex(index);
-    tabPopUp_->setCurrentIndex(_currentItemIndex.load());
+    showPopUpItem(_currentItemIndex.load());
 }
 
 void TavixTouchPanelPref::willUnselect() {
+    // What waited for a modal window is meant for the pane in use, not for its next showing.
+    pendingCommands_.clear();
+    unwatchModalWindow();
     unselectedView();
     localPortForSBApp_.reset();
+}
+
+void TavixTouchPanelPref::showPopUpItem(int index) {
+    const QSignalBlocker block(tabPopUp_);
+    tabPopUp_->setCurrentIndex(index);
 }
 
 void TavixTouchPanelPref::unselectedView() {
@@ -188,7 +200,7 @@ void TavixTouchPanelPref::onTabChanged(int index) {
     // The pop-up mirrors the tab view when the user picks a tab directly (while no panel is
     // known the change is not taken up, and the pop-up stays as it is).
     if (gModelType.load() != 0 && tabPopUp_->currentIndex() != index) {
-        tabPopUp_->setCurrentIndex(index);
+        showPopUpItem(index);
     }
 }
 
@@ -233,7 +245,7 @@ void TavixTouchPanelPref::selectItem(QComboBox *sender) {
 void TavixTouchPanelPref::selectView(std::int32_t index) {
     _currentItemIndex = index;
     tabView_->setCurrentIndex(index);
-    tabPopUp_->setCurrentIndex(_currentItemIndex.load());
+    showPopUpItem(_currentItemIndex.load());
 }
 
 void TavixTouchPanelPref::doNextSimpleCalibration() {
@@ -264,6 +276,7 @@ void TavixTouchPanelPref::showOrHideStatusBarApp(QCheckBox *sender) {
 void TavixTouchPanelPref::hideStatusBar() {
     statusBarIsShow_ = false;
     if (statusBarState_ != nullptr) {
+        const QSignalBlocker block(statusBarState_);
         statusBarState_->setChecked(false);
     }
     saveItemToInfoPlist(PlistValue(false), "isShowStatuMenu");
@@ -271,8 +284,9 @@ void TavixTouchPanelPref::hideStatusBar() {
 
 QByteArray TavixTouchPanelPref::myProgressPortCallBack(qint32 msgid, const QByteArray &data) {
     Q_UNUSED(msgid)
-    // Every sender sends at least the code byte; an empty message carries no code.
-    if (data.isEmpty() || !mainView_) {
+    // Every sender sends at least the code byte; an empty message carries no code. The port
+    // lives only while the pane is selected.
+    if (data.isEmpty() || !mainView_ || !localPortForSBApp_) {
         return {};
     }
     // A page switch under an open modal window would leave it open for good: wait for it.
@@ -295,13 +309,21 @@ void TavixTouchPanelPref::watchModalWindow() {
     if (watchedModal_ == modal) {
         return;
     }
+    unwatchModalWindow();
+    watchedModal_ = modal;
+    modal->installEventFilter(this);
+    // One connection per watch, ended with it: a window shown again and again (the hot-key
+    // window lives as long as its page) does not collect them.
+    watchedModalGone_ = connect(
+        modal, &QObject::destroyed, this, [this] { drainPendingCommands(); }, Qt::QueuedConnection);
+}
+
+void TavixTouchPanelPref::unwatchModalWindow() {
+    disconnect(watchedModalGone_);
     if (watchedModal_) {
         watchedModal_->removeEventFilter(this);
     }
-    watchedModal_ = modal;
-    modal->installEventFilter(this);
-    connect(
-        modal, &QObject::destroyed, this, [this] { drainPendingCommands(); }, Qt::QueuedConnection);
+    watchedModal_ = nullptr;
 }
 
 bool TavixTouchPanelPref::eventFilter(QObject *watched, QEvent *event) {
@@ -322,10 +344,7 @@ void TavixTouchPanelPref::drainPendingCommands() {
         pendingCommands_.pop_front();
         handlePortMessage(data);
     }
-    if (watchedModal_) {
-        watchedModal_->removeEventFilter(this);
-        watchedModal_ = nullptr;
-    }
+    unwatchModalWindow();
 }
 
 void TavixTouchPanelPref::handlePortMessage(const QByteArray &data) {
@@ -445,20 +464,29 @@ void TavixTouchPanelPref::monitorPass() {
 }
 
 void TavixTouchPanelPref::endModalWindow() {
+    CalibrationPageController &calibration = *controllers_.calibrationVC_;
     QWidget *modal = QApplication::activeModalWidget();
     if (modal == nullptr) {
         return;
     }
-    if (auto *dialog = qobject_cast<QDialog *>(modal)) {
-        dialog->done(QDialog::Rejected);
-    } else {
-        modal->close();
+    // Whatever runs on top of the Calibration page's hot-key window ends here; that window itself
+    // is its page's to take away (it stays while an alert of the page was up over it).
+    while (modal != nullptr && modal != calibration.modalWindow()) {
+        if (auto *dialog = qobject_cast<QDialog *>(modal)) {
+            dialog->done(QDialog::Rejected);
+        } else {
+            modal->close();
+        }
+        if (modal->isVisible()) {
+            break;  // it refused to close; do not spin
+        }
+        modal = QApplication::activeModalWidget();
     }
     if (mainView_) {
         mainView_->window()->raise();
         mainView_->window()->activateWindow();
     }
-    controllers_.calibrationVC_->hideModelWindow();
+    calibration.hideModelWindow();
 }
 
 }  // namespace tavix

@@ -131,6 +131,9 @@ class TavixTouchPanelPref : public QObject, public PreferencePane {
     // Handles the waiting port messages unless a modal window is (again) open.
     void drainPendingCommands();
     void watchModalWindow();
+    void unwatchModalWindow();
+    // Shows a page's item in the pop-up without taking it for a choice.
+    void showPopUpItem(int index);
     // The state monitor's thread body; runs until the pane is destroyed.
     void checkDeviceConnectStatus();
     void monitorPass();
@@ -157,6 +160,7 @@ class TavixTouchPanelPref : public QObject, public PreferencePane {
     std::unique_ptr<LocalMessagePort> localPortForSBApp_;
     std::deque<QByteArray> pendingCommands_;
     QPointer<QWidget> watchedModal_;
+    QMetaObject::Connection watchedModalGone_;
 
     std::mutex monitorMutex_;
     std::condition_variable monitorWake_;

@@ -9,6 +9,10 @@
 #include <QLoggingCategory>
 #include <QScreen>
 
+#ifdef TAVIX_HAVE_QPA_SCREEN
+#include <qpa/qplatformscreen.h>
+#endif
+
 #include <cmath>
 #include <utility>
 
@@ -77,6 +81,12 @@ std::uint32_t jsonU32(const QJsonValue &value) {
     return static_cast<std::uint32_t>(number);
 }
 
+// A vendor number the fixture leaves out (or gives as no number) is unknown, as for a display
+// without EDID.
+std::uint32_t jsonVendor(const QJsonValue &value) {
+    return value.isDouble() ? jsonU32(value) : kDisplayVendorIDUnknown;
+}
+
 double jsonReal(const QJsonValue &value) {
     const double number = value.toDouble();
     return std::isfinite(number) ? number : 0.0;
@@ -119,16 +129,28 @@ std::vector<DrmConnector> connectedDrmConnectors(const QString &root) {
     return connectors;
 }
 
+QRectF pixelGeometry(const QRect &logical, qreal ratio) {
+    // Qt rounds a screen's pixel size divided by the ratio to whole logical pixels; multiplying
+    // back lands within half a ratio of it (1097 * 1.75 = 1919.75 for 1920), never on a fraction.
+    return QRectF(QPointF(qRound(logical.x() * ratio), qRound(logical.y() * ratio)),
+                  QSizeF(qRound(logical.width() * ratio), qRound(logical.height() * ratio)));
+}
+
 std::vector<ScreenGeometry> applicationScreens() {
     std::vector<ScreenGeometry> screens;
     if (qobject_cast<QGuiApplication *>(QCoreApplication::instance()) == nullptr) {
         return screens;
     }
     for (const QScreen *screen : QGuiApplication::screens()) {
-        const QRectF logical = screen->geometry();
-        const qreal ratio = screen->devicePixelRatio();
-        screens.push_back({screen->name(), screen->model(),
-                           QRectF(logical.topLeft() * ratio, logical.size() * ratio)});
+#ifdef TAVIX_HAVE_QPA_SCREEN
+        // The window system's own numbers: the mode's real size, unscaled.
+        const QRectF pixels = screen->handle() != nullptr
+                                  ? QRectF(screen->handle()->geometry())
+                                  : pixelGeometry(screen->geometry(), screen->devicePixelRatio());
+#else
+        const QRectF pixels = pixelGeometry(screen->geometry(), screen->devicePixelRatio());
+#endif
+        screens.push_back({screen->name(), screen->model(), pixels});
     }
     return screens;
 }
@@ -187,6 +209,9 @@ std::vector<DisplayInfo> FixtureDisplayProvider::onlineDisplays() const {
         qCWarning(lcDisplays, "display fixture %s unreadable; no displays", qPrintable(path_));
         return displays;
     }
+    // Keys of each object, all optional: "name" (connector, ""), "monitor" (EDID monitor name,
+    // ""), "x", "y", "width", "height" (pixels, fractions allowed, 0), "vendor" (EDID vendor
+    // number, unknown 0x756E6B6E), "model" (EDID model number, 0), "builtin" (false).
     for (const QJsonValue &value : doc.array()) {
         if (static_cast<int>(displays.size()) == kMaxOnlineDisplays) {
             break;
@@ -196,7 +221,7 @@ std::vector<DisplayInfo> FixtureDisplayProvider::onlineDisplays() const {
         display.bounds =
             QRectF(jsonReal(o[QLatin1String("x")]), jsonReal(o[QLatin1String("y")]),
                    jsonReal(o[QLatin1String("width")]), jsonReal(o[QLatin1String("height")]));
-        display.vendor = jsonU32(o[QLatin1String("vendor")]);
+        display.vendor = jsonVendor(o[QLatin1String("vendor")]);
         display.model = jsonU32(o[QLatin1String("model")]);
         display.builtin = o[QLatin1String("builtin")].toBool();
         display.connector = o[QLatin1String("name")].toString();

@@ -57,15 +57,19 @@ struct DrmConnector {
 std::vector<DrmConnector> connectedDrmConnectors(const QString &root);
 
 // One screen of the window system: its name (the connector name on X11 and Wayland), its model
-// (the EDID's monitor name where the window system reports it) and its bounds in pixels.
+// (the EDID's monitor name where the window system reports it) and its bounds in device pixels.
 struct ScreenGeometry {
     QString name;
     QString model;
     QRectF bounds;
 };
 using ScreenSource = std::function<std::vector<ScreenGeometry>()>;
-// The screens of the running application (QGuiApplication::screens), bounds scaled to pixels.
+// The screens of the running application (QGuiApplication::screens), bounds in the mode's real
+// pixels as the window system reports them.
 std::vector<ScreenGeometry> applicationScreens();
+// A screen's bounds in whole device pixels from its scaled geometry and ratio, where the window
+// system's own numbers are not at hand.
+QRectF pixelGeometry(const QRect &logical, qreal ratio);
 
 // Linux: the screens of the window system, each paired with its DRM connector by name, failing
 // that by the EDID's monitor name. A screen with no connector (Xvfb, a remote or virtual
@@ -81,9 +85,11 @@ class LinuxDisplayProvider final : public DisplayProvider {
     ScreenSource screens_;
 };
 
-// Displays read from a JSON file: an array of objects {"name": "DP-2", "x": 0, "y": 0,
-// "width": 1920, "height": 1080, "vendor": 5519, "model": 8705, "builtin": false}. A missing
-// or unreadable file means no displays, with one warning line.
+// Displays read from a JSON file: an array of objects {"name": "DP-2", "monitor": "PN-L705H",
+// "x": 0, "y": 0, "width": 1920, "height": 1080, "vendor": 5519, "model": 8705,
+// "builtin": false}, sizes in pixels. Every key may be left out: a missing vendor is unknown
+// (0x756E6B6E), the rest read as empty, 0 or false. A missing or unreadable file means no
+// displays, with one warning line.
 class FixtureDisplayProvider final : public DisplayProvider {
   public:
     explicit FixtureDisplayProvider(QString path);

@@ -1,6 +1,8 @@
 // What reaches the pane from outside: the command port "preferenceCommend" fed by a real peer
 // on the bus, the state monitor (a pass every 20 ms here instead of every second), and the
 // status-bar utility switch.
+#include <QAccessible>
+#include <QAccessibleActionInterface>
 #include <QDialog>
 #include <QFileInfo>
 #include <QSignalSpy>
@@ -121,12 +123,16 @@ class CommandPortTest : public QObject, PaneFixture {
     void statusBarCheckBox_data() {
         QTest::addColumn<bool>("shown");    // the box's state before the click
         QTest::addColumn<bool>("utility");  // installed (to check) or running (to uncheck)
-        QTest::newRow("on, utility installed") << false << true;
-        QTest::newRow("off, utility running") << true << true;
+        QTest::addColumn<bool>("reader");   // toggled by a screen reader instead
+        QTest::newRow("on, utility installed") << false << true << false;
+        QTest::newRow("off, utility running") << true << true << false;
+        QTest::newRow("on, by a screen reader") << false << true << true;
+        QTest::newRow("off, by a screen reader") << true << true << true;
     }
     void statusBarCheckBox() {
         QFETCH(bool, shown);
         QFETCH(bool, utility);
+        QFETCH(bool, reader);
         writeUtilities(utilities(317, true, 0, false, shown));
         const QString marker = env_.home() + QStringLiteral("/utility-started");
         QList<QPair<qint32, QByteArray>> received;
@@ -151,7 +157,10 @@ class CommandPortTest : public QObject, PaneFixture {
         startPane(true);
         QCOMPARE(checkBox()->isChecked(), shown);
 
-        QTest::mouseClick(checkBox(), Qt::LeftButton);
+        reader ? QAccessible::queryAccessibleInterface(checkBox())
+                     ->actionInterface()
+                     ->doAction(QAccessibleActionInterface::toggleAction())
+               : QTest::mouseClick(checkBox(), Qt::LeftButton);
         QCOMPARE(checkBox()->isChecked(), !shown);
         QCOMPARE(pane_->statusBarIsShow(), !shown);
         QCOMPARE(readUtilities()->boolValue("isShowStatuMenu"), !shown);
@@ -265,6 +274,26 @@ class CommandPortTest : public QObject, PaneFixture {
         }
         // Nothing else: the monitor never puts the alert up itself.
         QCOMPARE(log_, ended ? QStringList{"cal.hideModelWindow"} : QStringList{});
+    }
+
+    // Messages wait under a modal window shown again and again, watched by one connection at a
+    // time and by none once it has closed.
+    void deferredMessagesUnderARecurringWindow() {
+        writeUtilities(utilities(317, true, 0));
+        startPane(true, std::chrono::hours(1));
+        struct : QDialog {
+            int watchers() const { return receivers(SIGNAL(destroyed(QObject *))); }
+        } window;
+        window.setModal(true);
+        window.show();
+        const int others = window.watchers();  // Qt's own
+        for (const int page : {1, 2, 3}) {
+            window.show();
+            QVERIFY(sendToPane(bytes(page)) && window.watchers() == others + 1);
+            window.hide();
+            QTRY_COMPARE(tabView()->currentIndex(), page);
+        }
+        QCOMPARE(window.watchers(), others);
     }
 
     // A replaced state file wakes the monitor at once: with an hour between periodic passes,

@@ -2,6 +2,7 @@
 // with recording page controllers, a peer on the bus, and a capture of the pane's syslog lines.
 #pragma once
 
+#include <QAbstractButton>
 #include <QAccessible>
 #include <QCheckBox>
 #include <QComboBox>
@@ -161,26 +162,30 @@ inline void collectHeard(QAccessibleInterface *node, QHash<QObject *, QStringLis
     }
 }
 
-// The visible labels under `root` whose text a screen reader cannot hear, as "name: text": each
-// shown label must be in the accessible tree with its own text as its name or value (alone or as
-// "caption: value"), and a label that shows only blanks needs a word of its own.
+// The visible labels and buttons under `root` whose text a screen reader cannot hear, as "name:
+// text": a label must be in the accessible tree with its own text as its name or value (alone or
+// as "caption: value"), a button's name holds its visible words, and a label that shows only blanks
+// needs a word of its own.
 inline QStringList unheardLabels(QWidget *root) {
     QHash<QObject *, QStringList> heard;
     collectHeard(QAccessible::queryAccessibleInterface(root), &heard);
     QStringList unheard;
-    for (QLabel *label : root->findChildren<QLabel *>()) {
-        if (!label->isVisible() || label->text().isEmpty()) {
+    for (QWidget *label : root->findChildren<QWidget *>()) {
+        QString text = label->property("text").toString();
+        const bool button = qobject_cast<QAbstractButton *>(label) != nullptr;
+        if (!label->isVisible() || text.isEmpty() || (!button && !qobject_cast<QLabel *>(label))) {
             continue;
         }
-        QString text = Qt::mightBeRichText(label->text())
-                           ? QTextDocumentFragment::fromHtml(label->text()).toPlainText()
-                           : label->text();
-        text = text.remove(QLatin1Char('&')).simplified();
+        text = Qt::mightBeRichText(text) && !button
+                   ? QTextDocumentFragment::fromHtml(text).toPlainText()
+                   : text;
+        text = text.remove(QLatin1Char('&')).simplified();  // a mnemonic is not said
         const QStringList said = heard.value(label);
         const QString name = QString(said.value(0)).remove(QLatin1Char('&'));
         const bool ok =
             !said.isEmpty() &&
             (text.isEmpty() ? !name.isEmpty()
+             : button       ? name.contains(text)  // a control's name holds its visible words
                             : name == text || said.value(1) == text || name.endsWith(": " + text));
         if (!ok) {
             unheard << label->objectName() + QStringLiteral(": ") + text;

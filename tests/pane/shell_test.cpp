@@ -123,7 +123,7 @@ class ShellTest : public QObject, PaneFixture {
 
     // Which controllers hear about a page change, in which order, for each page entered.
     void tabViewDelegateCalls_data() {
-        QTest::addColumn<bool>("viaPopUp");
+        QTest::addColumn<int>("viaPopUp");
         QTest::addColumn<int>("from");
         QTest::addColumn<int>("to");
         QTest::addColumn<QStringList>("calls");
@@ -136,15 +136,15 @@ class ShellTest : public QObject, PaneFixture {
             {0, 2, {"cal.unselectedView", "hw.updateUIState"}},
             {0, 3, {"cal.unselectedView", "hw.unselectedView", "ver.updateUIState"}},
         };
-        for (const bool viaPopUp : {false, true}) {
+        for (const int way : {0, 1, 2}) {  // 2: a screen reader selects the pop-up's item
             for (const auto &c : cases) {
-                QTest::addRow("to %d by %s", c.to, viaPopUp ? "pop-up" : "tab bar")
-                    << viaPopUp << c.from << c.to << c.calls;
+                QTest::addRow("to %d by %s", c.to, way ? way > 1 ? "reader" : "pop-up" : "tab bar")
+                    << way << c.from << c.to << c.calls;
             }
         }
     }
     void tabViewDelegateCalls() {
-        QFETCH(bool, viaPopUp);
+        QFETCH(int, viaPopUp);
         QFETCH(int, from);
         QFETCH(int, to);
         QFETCH(QStringList, calls);
@@ -153,7 +153,11 @@ class ShellTest : public QObject, PaneFixture {
         log_.clear();
 
         LogCapture capture;
-        if (viaPopUp) {
+        if (viaPopUp > 1) {  // the pop-up's items are children of its list
+            QAccessibleInterface *list = QAccessible::queryAccessibleInterface(popUp())->child(0);
+            list->child(to)->actionInterface()->doAction(
+                QAccessibleActionInterface::toggleAction());
+        } else if (viaPopUp) {
             // What choosing an item in the open pop-up list does.
             popUp()->setCurrentIndex(to);
             emit popUp()->activated(to);
@@ -224,6 +228,7 @@ class ShellTest : public QObject, PaneFixture {
         QVERIFY(writePlistFileAtomically(settings, getSettingsFilePath(317)));
         writeUtilities(utilities(317, true, 3));
         pane_ = std::make_unique<TavixTouchPanelPref>();
+        view()->show();
         pane_->mainViewDidLoad();
         pane_->willSelect();
         QCOMPARE(view()->findChild<QLabel *>(QStringLiteral("versionCaption_"))->text(),
@@ -248,7 +253,8 @@ class ShellTest : public QObject, PaneFixture {
             }
             // A tab view is named by its tabs' titles; the test areas take no focus but are read.
             const QString name = widget->objectName();
-            if ((widget->focusPolicy() != Qt::NoFocus || qobject_cast<TestView *>(widget)) &&
+            if (!widget->isHidden() &&
+                (widget->focusPolicy() != Qt::NoFocus || qobject_cast<TestView *>(widget)) &&
                 !name.isEmpty() && !qobject_cast<QTabWidget *>(widget) &&
                 !name.startsWith(QLatin1String("qt_")) &&
                 !qobject_cast<QTabBar *>(widget->parentWidget())) {
@@ -265,7 +271,11 @@ class ShellTest : public QObject, PaneFixture {
         }
         QVERIFY(texts.size() > 200);
         QCOMPARE(unnamed, QStringList{});
-        QCOMPARE(controls, 64);  // so that a page the walk misses shows
+        QCOMPARE(controls, 64);                // so that a page the walk misses shows
+        for (const int page : {0, 1, 2, 3}) {  // every value heard
+            tabView()->setCurrentIndex(page);
+            QCOMPARE(unheardLabels(view()).join(u';'), QString());
+        }
     }
 
     // The Version page: the driver version of the connected model, read straight from its file.

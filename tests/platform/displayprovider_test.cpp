@@ -135,6 +135,7 @@ class DisplayProviderTest : public QObject {
         // The demo's fixture: the simulated panel's display and a built-in one.
         QTest::newRow("shipped") << readAll(TAVIX_DATA_DIR "/displays.json") << 2;
         QTest::newRow("missing") << QByteArray() << -1;
+        QTest::newRow("no vendor") << QByteArray(R"([{"name": "DP-9", "width": 1280}])") << 1;
     }
     void fixture() {
         QFETCH(QByteArray, json);
@@ -154,7 +155,16 @@ class DisplayProviderTest : public QObject {
             QCOMPARE(displays[1].vendor, 3503u);
             QVERIFY(displays[1].builtin);
             QCOMPARE(displayDescription(displays[1]), "eDP-1");
+        } else if (count == 1) {
+            QCOMPARE(displays[0].vendor, kDisplayVendorIDUnknown);
         }
+    }
+
+    // Qt keeps whole logical pixels (1920 / 1.75 gives 1097): the product is a fraction off.
+    void pixelGeometry() {
+        QCOMPARE(tavix::pixelGeometry(QRect(1097, 0, 1097, 617), 1.75),
+                 QRectF(1920, 0, 1920, 1080));
+        QCOMPARE(tavix::pixelGeometry(QRect(0, 0, 1536, 864), 1.25), QRectF(0, 0, 1920, 1080));
     }
 };
 

@@ -20,6 +20,7 @@
 #include "commands.h"
 #include "daemonchannel.h"
 #include "globals.h"
+#include "hotkeychord.h"
 #include "panetranslations.h"
 #include "paths.h"
 #include "radiomatrix.h"
@@ -62,18 +63,16 @@ int truncated(double value) {
     return static_cast<int>(std::clamp(std::trunc(value), -limit, limit));
 }
 
-bool isEmptyRect(const QRectF &r) {
-    return !(r.width() > 0) || !(r.height() > 0);
+// A caption label beside `value`, named after its field ("<field>Caption") and its buddy.
+QLabel *captionFor(QWidget *value, const char *key) {
+    auto *caption = new QLabel(localizedText(key), value->parentWidget());
+    caption->setObjectName(value->objectName() + QStringLiteral("Caption"));
+    caption->setBuddy(value);
+    return caption;
 }
 
-// The character a Control+Shift chord carries, as a person reads it on the key: letters in
-// upper case, digits and other printable ASCII as they are.
-QString chordCharacter(const QKeyEvent *event) {
-    const int key = event->key();
-    if (key >= 0x20 && key <= 0x7E) {
-        return QString(QChar(key)).toUpper();
-    }
-    return event->text().toUpper();
+bool isEmptyRect(const QRectF &r) {
+    return !(r.width() > 0) || !(r.height() > 0);
 }
 
 }  // namespace
@@ -145,10 +144,17 @@ void CalibrationViewClt::buildPage(QWidget *page) {
     resolution_ = new QLabel(QStringLiteral("0 * 0"), displayBox);
     resolution_->setObjectName(QStringLiteral("resolution_"));
     resolution_->setEnabled(false);
-    displayLayout->addRow(localizedText("Calibration.resolution"), resolution_);
+    // The caption names its value through the buddy relation; each value keeps its own text as
+    // its accessible name, so that what it shows, and each change of it, is what is heard.
+    displayLayout->addRow(captionFor(resolution_, "Calibration.resolution"), resolution_);
     touchDisplay_ = new QLabel(displayBox);
     touchDisplay_->setObjectName(QStringLiteral("touchDisplay_"));
     touchDisplay_->setWordWrap(true);
+    // A sentence a person reads: a Tab stop, selectable from the keyboard.
+    touchDisplay_->setTextInteractionFlags(Qt::TextSelectableByMouse |
+                                           Qt::TextSelectableByKeyboard);
+    touchDisplay_->setFocusPolicy(Qt::TabFocus);
+    showTouchDisplay(kNone, DisplayInfo{});  // as "0 * 0" above, until the first refresh
     displayLayout->addRow(touchDisplay_);
     column->addWidget(displayBox);
 
@@ -159,12 +165,12 @@ void CalibrationViewClt::buildPage(QWidget *page) {
     calibrationBtn_->setObjectName(QStringLiteral("calibrationBtn_"));
     simpleSwitchBtn_ = new QPushButton(keyBox);
     simpleSwitchBtn_->setObjectName(QStringLiteral("simpleSwitchBtn_"));
-    keyLayout->addRow(localizedText("Calibration.hotKey.calibration"), calibrationBtn_);
-    keyLayout->addRow(localizedText("Calibration.hotKey.simple"), simpleSwitchBtn_);
-    // A screen reader names the buttons by what they set, the title tells the key.
-    calibrationBtn_->setAccessibleName(localizedText("HotKey.calibration.title"));
-    simpleSwitchBtn_->setAccessibleName(localizedText("HotKey.simple.title"));
-    resolution_->setAccessibleName(localizedText("Calibration.resolution"));
+    keyLayout->addRow(captionFor(calibrationBtn_, "Calibration.hotKey.calibration"),
+                      calibrationBtn_);
+    keyLayout->addRow(captionFor(simpleSwitchBtn_, "Calibration.hotKey.simple"), simpleSwitchBtn_);
+    // The title is the chord and so the button's name; what pressing it does is its description.
+    calibrationBtn_->setAccessibleDescription(localizedText("HotKey.calibration.title"));
+    simpleSwitchBtn_->setAccessibleDescription(localizedText("HotKey.simple.title"));
     column->addWidget(keyBox);
     column->addStretch();
 
@@ -183,10 +189,11 @@ void CalibrationViewClt::buildHotKeyWindow() {
     win->setWindowModality(Qt::ApplicationModal);
     auto *layout = new QVBoxLayout(win);
     auto *row = new QHBoxLayout;
-    row->addWidget(new QLabel(localizedText("HotKey.prompt"), win));
+    auto *prompt = new QLabel(localizedText("HotKey.prompt"), win);
+    row->addWidget(prompt);
     hotKey_ = new QComboBox(win);
     hotKey_->setObjectName(QStringLiteral("hotKey_"));
-    hotKey_->setAccessibleName(localizedText("HotKey.prompt"));
+    prompt->setBuddy(hotKey_);
     // Single ASCII characters, letters in upper case as the chord is pressed with Shift.
     for (char c = 'A'; c <= 'Z'; ++c) {
         hotKey_->addItem(QString(QChar(c)));
@@ -384,21 +391,33 @@ void CalibrationViewClt::selectHotKeyItem(const QString &key) {
 
 void CalibrationViewClt::unselectedView() {
     quitThread = true;
-    if (QWidget *modal = QApplication::activeModalWidget()) {
+    // An alert over the hot-key window goes with it: nothing of the page stays up once it is
+    // left.
+    bool closed = false;
+    for (QWidget *modal = QApplication::activeModalWidget(); modal != nullptr;
+         modal = QApplication::activeModalWidget()) {
         if (auto *dialog = qobject_cast<QDialog *>(modal)) {
             dialog->done(QDialog::Rejected);
         } else {
             modal->close();
         }
-        if (page_) {
-            page_->window()->activateWindow();
+        if (modal->isVisible()) {
+            break;  // it refused to close; do not spin
         }
+        closed = true;
     }
+    if (closed && page_) {
+        page_->window()->activateWindow();
+    }
+}
+
+QWidget *CalibrationViewClt::modalWindow() const {
+    return hotKeySettingWin_;
 }
 
 void CalibrationViewClt::hideModelWindow() {
     if (!doubleModal && hotKeySettingWin_) {
-        hotKeySettingWin_->hide();
+        hotKeySettingWin_->done(QDialog::Rejected);
     }
 }
 
@@ -420,6 +439,10 @@ bool CalibrationViewClt::performKeyEquivalent(const QKeyEvent *event) {
     const int key = event->key();
     if ((key >= Qt::Key_Shift && key <= Qt::Key_ScrollLock) ||
         (key >= Qt::Key_Super_L && key <= Qt::Key_Hyper_R) || key == Qt::Key_AltGr) {
+        return false;
+    }
+    // Control+Shift+Tab moves the focus back; no hot key can be Tab.
+    if (key == Qt::Key_Tab || key == Qt::Key_Backtab) {
         return false;
     }
     const QString character = chordCharacter(event);
@@ -455,6 +478,8 @@ void CalibrationViewClt::openHotKeyWindow(const char *titleKey, const QString &c
         return;
     }
     QDialog *win = hotKeySettingWin_;
+    // A new session: no alert of an earlier one is on top any more.
+    doubleModal = false;
     win->setWindowTitle(localizedText(titleKey));
     selectHotKeyItem(currentKey);
     win->adjustSize();
@@ -485,7 +510,8 @@ void CalibrationViewClt::setHotKey() {
         const QString key = hotKey_->currentText();
         const QString &otherKey = calibration ? SSHotKeyString_ : CHotKey_;
         QString &currentKey = calibration ? CHotKey_ : SSHotKeyString_;
-        if (key == otherKey) {
+        // No key chosen is no hot key: refused as a key that is taken is.
+        if (key.isEmpty() || key == otherKey) {
             runAlert(localizedText("Alert.HotKeyFailure"));
             return;
         }

@@ -38,6 +38,7 @@ class CalibrationViewClt : public QObject, public CalibrationPageController {
     void unselectedView() override;
     void simpleCalibrationChange() override;
     void hideModelWindow() override;
+    QWidget *modalWindow() const override;
 
     // Control actions.
     void setCalibrationType(RadioMatrix *sender);

@@ -2,6 +2,8 @@
 // tab page widget it is given and keeps the widgets' objectNames equal to their field names.
 #pragma once
 
+class QWidget;
+
 namespace tavix {
 
 class PageController {
@@ -20,8 +22,11 @@ class CalibrationPageController : public PageController {
   public:
     // Moves to the next simple calibration setting (driver message 8).
     virtual void simpleCalibrationChange() = 0;
-    // Takes the page's modal window away after the monitor has ended the modal session.
+    // Takes the page's modal window away after the monitor has ended what runs on top of it;
+    // the page may keep it up (an alert of its own was up over it).
     virtual void hideModelWindow() = 0;
+    // The page's own modal window, which only hideModelWindow takes away; null when none.
+    virtual QWidget *modalWindow() const { return nullptr; }
 };
 
 }  // namespace tavix

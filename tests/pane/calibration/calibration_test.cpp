@@ -4,11 +4,13 @@
 #include <sys/stat.h>
 
 #include "calibration/calibrationviewclt.h"
+#include "calibration/hotkeychord.h"
 #include "calibration/radiomatrix.h"
 #include "pane_test_support.h"
 #include "properties_env.h"
 
 using namespace tavix;
+using namespace std::chrono_literals;
 
 namespace {
 
@@ -50,7 +52,7 @@ SettingsDict settings(int calibrationType, int simpleType, int rotateMode) {
 struct KeySink : QWidget {
     explicit KeySink(QWidget *parent) : QWidget(parent) { setFocusPolicy(Qt::StrongFocus); }
     int presses = 0;
-    void keyPressEvent(QKeyEvent *e) override { presses += e->key() < Qt::Key_Escape ? 1 : 0; }
+    void keyPressEvent(QKeyEvent *e) override { presses += e->key() < Qt::Key_Shift ? 1 : 0; }
 };
 
 // Table-driven tests name their rows after the first member of each entry.
@@ -104,7 +106,11 @@ const struct Chord {
     int key, modifiers;
     bool consumed;
     QStringList sent;
+    const char *calibrationKey = "C";
 } kChords[] = {
+    {"1 as !", Qt::Key_Exclam, kCS, true, {"12 01 00"}, "1"},
+    {"7 as / (German)", Qt::Key_Slash, kCS, true, {"12 01 00"}, "7"},
+    {"Control+Shift+Tab moves the focus", Qt::Key_Backtab, kCS, false, {}},
     {"C", Qt::Key_C, kCS, true, {"12 01 00"}},
     {"S: 2 steps to 0", Qt::Key_S, kCS, true, {"12 00 00", "13 00 00"}},
     {"Control+Option+C", Qt::Key_C, Qt::ControlModifier | Qt::AltModifier, false, {}},
@@ -126,6 +132,7 @@ const struct HotKey {
     {"the other key's key", false, "S", true, true, "Alert.HotKeyFailure", ""},
     {"no settings file", false, "K", false, true, "", "00 00"},
     {"no daemon port", false, "K", true, false, "Alert.CalibrationHotKeyChanged", ""},
+    {"no key chosen", false, "", true, true, "Alert.HotKeyFailure", ""},
 };
 
 }  // namespace
@@ -232,6 +239,19 @@ class CalibrationTest : public QObject, public test::PaneFixture {
         const QString text = localizedText(key.constData());
         QCOMPARE(w<QLabel>("touchDisplay_")->text(),
                  text.contains("%1") ? text.arg(name + ", M " + name) : text);
+        // Heard as shown, values and hot keys; the sentence about the display is a Tab stop.
+        QCOMPARE(test::unheardLabels(window_.get()), QStringList{});
+        w<QPushButton>("calibrationBtn_")->setFocus();
+        QTest::keyClick(w<QPushButton>("calibrationBtn_"), Qt::Key_Backtab);
+        QCOMPARE(QApplication::focusWidget(), w<QLabel>("touchDisplay_"));
+    }
+
+    // A digit's key on the number row, told by its place (XKB codes) or by its symbol.
+    void chordCharacters() {
+        const QLocale de(QLocale::German), us(QLocale::English, QLocale::UnitedStates);
+        QCOMPARE(chordCharacter(Qt::Key_Slash, 16, ScanCodes::Xkb, us), "7");
+        QCOMPARE(chordCharacter(Qt::Key_Ampersand, 0, ScanCodes::Unknown, us), "7");
+        QCOMPARE(chordCharacter(Qt::Key_Ampersand, 0, ScanCodes::Unknown, de), "6");
     }
 
     // Nothing is sent and the file keeps its type.
@@ -301,7 +321,9 @@ class CalibrationTest : public QObject, public test::PaneFixture {
     void chords_data() { rows(kChords); }
     void chords() {
         const Chord &c = row(kChords);
-        makePage(317, {display("DP-2", 1920, 1080, kVendor, kProduct)}, settings(0, 2, 0));
+        SettingsDict file = settings(0, 2, 0);
+        file.set("CalibrationHotKey", c.calibrationKey);
+        makePage(317, {display("DP-2", 1920, 1080, kVendor, kProduct)}, file);
         sink_->setFocus();
         QTRY_VERIFY(sink_->hasFocus());
         auto *keys = ctl_->hotKeyWindow()->findChild<QComboBox *>();
@@ -374,31 +396,61 @@ class CalibrationTest : public QObject, public test::PaneFixture {
         expectSent(*sent ? QStringList{sent} : QStringList{});
     }
 
-    // A page switch that arrives while the hot-key window is open waits until it has closed.
-    void pageSwitchWaitsForTheHotKeyWindow() {
+    // While the hot-key window is open: page switches from the port wait until it has closed, and
+    // are dropped when the pane is unselected meanwhile; when the page in use changes in the file,
+    // the monitor ends a key-changed alert over the window but leaves the window up (the daemon
+    // being gone, the confirmed key does not close it either).
+    void underTheHotKeyWindow_data() {
+        QTest::addColumn<int>("how");
+        QTest::newRow("window closed") << 0;
+        QTest::newRow("pane unselected") << 1;
+        QTest::newRow("monitor, alert over it") << 2;
+    }
+    void underTheHotKeyWindow() {
+        QFETCH(int, how);
         test::writeUtilities(test::utilities(317, true, 0));
         gModelType = 317;
         QVERIFY(writePlistFileAtomically(settings(0, 0, 0), path()));
         TavixTouchPanelPref::Options options;
-        options.monitorPeriod = std::chrono::hours(1);
+        options.monitorPeriod = 20ms;
         pane_ = std::make_unique<TavixTouchPanelPref>(std::move(options));
         view()->show();
         pane_->mainViewDidLoad();
         pane_->willSelect();
         QCOMPARE(tabView()->currentIndex(), 0);
+        QSignalSpy passes(pane_.get(), &TavixTouchPanelPref::statePolled);
+        bool alertEnded = how != 2;
+        how == 2 ? daemon_.stop() : void();
         whileModal(
             [&] {
                 QTest::mouseClick(view()->findChild<QPushButton *>("calibrationBtn_"),
                                   Qt::LeftButton);
             },
             [&] {
+                auto *win = qobject_cast<QDialog *>(QApplication::activeModalWidget());
+                if (how == 2) {
+                    QTimer::singleShot(0, this, [&] {  // under the alert
+                        test::writeUtilities(test::utilities(317, true, 2));
+                        QTRY_VERIFY(QApplication::activeModalWidget() == win);
+                        passes.clear();
+                        alertEnded = true;
+                    });
+                    win->findChild<QComboBox *>()->setCurrentText("K");
+                    QTest::mouseClick(win->findChild<QPushButton *>("hotKeySet"), Qt::LeftButton);
+                    QTRY_VERIFY(passes.count() >= 3);
+                    QVERIFY(win->isVisible());
+                    return;
+                }
                 QVERIFY(test::sendToPane(QByteArray(1, '\x01')) &&
                         test::sendToPane(QByteArray(1, '\x03')));
-                QVERIFY(QApplication::activeModalWidget()->isVisible());
+                QVERIFY(win->isVisible());
                 QCOMPARE(tabView()->currentIndex(), 0);
+                how ? pane_->willUnselect(), pane_->willSelect() : void();
             });
-        QTRY_COMPARE(tabView()->currentIndex(), 3);
-        QCOMPARE(test::readUtilities()->intValue("currentPageIndex"), 3);
+        QVERIFY(alertEnded && (how != 2 || daemon_.start()));
+        QVERIFY(test::sendToPane(QByteArray(1, '\x0a')));  // after whatever waited
+        QTRY_COMPARE(tabView()->currentIndex(), how ? 0 : 3);
+        QCOMPARE(test::readUtilities()->intValue("currentPageIndex"), how ? how == 2 ? 2 : 0 : 3);
     }
 };
 
