@@ -133,7 +133,7 @@ int run(const QStringList &args) {
     for (const Command &c : commands) {
         names << QLatin1String(c.name);
         list += QStringLiteral("  %1  %2\n")
-                    .arg(QLatin1String(c.usage), -34)
+                    .arg(QLatin1String(c.usage), -36)
                     .arg(QLatin1String(c.summary));
         command = inv.command == QLatin1String(c.name) ? &c : command;
     }
