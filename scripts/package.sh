@@ -50,6 +50,6 @@ if command -v systemd-analyze >/dev/null; then
   sed "s|/usr/libexec|$unpacked/usr/libexec|" "$unpacked/lib/systemd/system/tavix-panel-metrics@.service" \
     >"$unpacked/tavix-panel-metrics@.service"
   cp "$unpacked/lib/systemd/system/tavix-panel-metrics@.timer" "$unpacked/"
-  systemd-analyze verify "$unpacked/tavix-panel-metrics@kiosk.timer" "$unpacked/tavix-panel-metrics@kiosk.service"
+  systemd-analyze verify --man=no "$unpacked/tavix-panel-metrics@kiosk.timer" "$unpacked/tavix-panel-metrics@kiosk.service"
 fi
 echo "package: $deb"
