@@ -14,6 +14,15 @@ install(FILES ${_pkg_src}/tavix-settings.svg
 install(FILES ${_pkg_src}/tavix-touch-setting-utility.desktop DESTINATION /etc/xdg/autostart)
 install(FILES ${_pkg_src}/copyright DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/tavix-touch-settings)
 
+# Metrics for node_exporter's textfile collector: a timer per panel user
+# (tavix-panel-metrics@USER.timer), the helper its service runs, and the alert rules for the
+# Prometheus server.
+install(FILES ${_pkg_src}/tavix-panel-metrics@.service ${_pkg_src}/tavix-panel-metrics@.timer
+        DESTINATION /lib/systemd/system)
+install(PROGRAMS ${_pkg_src}/tavix-panel-metrics DESTINATION ${CMAKE_INSTALL_LIBEXECDIR}/tavix)
+install(FILES ${_pkg_src}/prometheus/tavix-panel.rules.yml
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/tavix/prometheus)
+
 find_program(GZIP_PROGRAM gzip REQUIRED)
 find_program(HELP2MAN_PROGRAM help2man REQUIRED)
 set(_pkg_bin ${CMAKE_CURRENT_BINARY_DIR}/packaging)
@@ -66,20 +75,23 @@ set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME tavix-touch-settings)
 set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
 set(CPACK_PACKAGE_VENDOR "Tavix")
-set(CPACK_PACKAGE_CONTACT "Tavix touch panel team <touch@tavix.io>")
-set(CPACK_DEBIAN_PACKAGE_MAINTAINER "Tavix touch panel team <touch@tavix.io>")
+set(CPACK_PACKAGE_CONTACT "Tavix Project <maintainers@tavix.invalid>")
+set(CPACK_DEBIAN_PACKAGE_MAINTAINER "Tavix Project <maintainers@tavix.invalid>")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "settings for the Tavix touch display driver")
 # CPack puts the summary on the Description line; this is the extended text below it.
 set(CPACK_DEBIAN_PACKAGE_DESCRIPTION "The settings window (tavix-settings with its pane) calibrates large touch
 displays, tunes their touch behaviour and reads their hardware state through
 the driver daemon. The package also holds the status-bar utility, the
-command-line tool tavix-panelctl and a panel simulator that stands in for the
-driver daemon.")
+command-line tool tavix-panelctl (with settings profiles for configuration
+management), a systemd timer that keeps the panel's health in node_exporter's
+textfile folder, Prometheus alert rules, and a panel simulator that stands in
+for the driver daemon.")
 set(CPACK_DEBIAN_PACKAGE_SECTION utils)
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_DEPENDS "default-dbus-session-bus | dbus-session-bus")
+set(CPACK_DEBIAN_PACKAGE_SUGGESTS "prometheus-node-exporter")
 set(CPACK_DEBIAN_PACKAGE_CONTROL_EXTRA ${_pkg_src}/conffiles)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_STRIP_FILES ON)

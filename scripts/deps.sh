@@ -9,6 +9,7 @@ packages=(
   libplist-dev libgtest-dev libgmock-dev libbenchmark-dev
   dbus dbus-daemon xvfb xauth python3 clang-format
   dpkg-dev lintian help2man
+  prometheus prometheus-node-exporter curl
 )
 
 missing=()

@@ -27,6 +27,11 @@ for file in \
   usr/share/icons/hicolor/scalable/apps/tavix-settings.svg \
   etc/xdg/autostart/tavix-touch-setting-utility.desktop \
   usr/share/bash-completion/completions/tavix-panelctl \
+  usr/share/doc/tavix-touch-settings/copyright \
+  "lib/systemd/system/tavix-panel-metrics@.service" \
+  "lib/systemd/system/tavix-panel-metrics@.timer" \
+  usr/libexec/tavix/tavix-panel-metrics \
+  usr/share/tavix/prometheus/tavix-panel.rules.yml \
   "usr/share/tavix/Library/Preferences/TavixTouchPanel/DeviceList.plist" \
   "usr/share/tavix/Library/Application Support/TavixTouchPanel/StatusBarApp/TavixTouchSettingUtility.app"; do
   [ -e "$unpacked/$file" ] || { echo "package.sh: $file is missing" >&2; exit 1; }
@@ -39,4 +44,12 @@ for program in "$unpacked"/usr/bin/*; do
     { echo "package.sh: $name --help failed from the unpacked package" >&2; exit 1; }
   echo "   $name --help: ok"
 done
+promtool check rules "$unpacked/usr/share/tavix/prometheus/tavix-panel.rules.yml" >/dev/null
+if command -v systemd-analyze >/dev/null; then
+  # The units must name a program that exists; checked against the unpacked copy.
+  sed "s|/usr/libexec|$unpacked/usr/libexec|" "$unpacked/lib/systemd/system/tavix-panel-metrics@.service" \
+    >"$unpacked/tavix-panel-metrics@.service"
+  cp "$unpacked/lib/systemd/system/tavix-panel-metrics@.timer" "$unpacked/"
+  systemd-analyze verify --man=no "$unpacked/tavix-panel-metrics@kiosk.timer" "$unpacked/tavix-panel-metrics@kiosk.service"
+fi
 echo "package: $deb"

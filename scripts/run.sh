@@ -40,15 +40,11 @@ host="$build/src/host/tavix-settings"
 run="$build/run"
 mkdir -p "$run"
 
-# The machine-wide Library folder: the build's default when it can be written, else a folder
-# in the user's home.
+# The machine-wide Library folder of the demo: a folder in the user's home, so that the demo's
+# links never land in the default folder (/usr/share/tavix/Library), which the package owns.
 if [ -z "${TAVIX_SYSTEM_LIBRARY:-}" ]; then
-  if mkdir -p /opt/tavix/Library 2>/dev/null && [ -w /opt/tavix/Library ]; then
-    export TAVIX_SYSTEM_LIBRARY=/opt/tavix/Library
-  else
-    export TAVIX_SYSTEM_LIBRARY="$HOME/.local/share/tavix/Library"
-    mkdir -p "$TAVIX_SYSTEM_LIBRARY"
-  fi
+  export TAVIX_SYSTEM_LIBRARY="$HOME/.local/share/tavix/Library"
+  mkdir -p "$TAVIX_SYSTEM_LIBRARY"
 fi
 
 # The pane's check box starts whatever stands at the status-bar utility's path: a link to the

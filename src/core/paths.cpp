@@ -11,7 +11,7 @@
 #include <system_error>
 
 #ifndef TAVIX_SYSTEM_LIBRARY_DEFAULT
-#define TAVIX_SYSTEM_LIBRARY_DEFAULT "/opt/tavix/Library"
+#define TAVIX_SYSTEM_LIBRARY_DEFAULT "/usr/share/tavix/Library"
 #endif
 
 namespace tavix {

@@ -4,6 +4,10 @@
 #include <QJsonObject>
 #include <QtTest/QtTest>
 
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
 #include "commands.h"
 #include "daemonchannel.h"
 #include "hardware_reports.h"
@@ -61,6 +65,31 @@ void writeState(int model) {
     QVERIFY(writePlistFileAtomically(settingItemsDefaults(), getSettingsFilePath(model)));
     QVERIFY(QFile::copy(QStringLiteral(TAVIX_DATA_DIR "/DeviceList.plist"),
                         QString::fromStdString(getSupportDeviceListFilePath())));
+}
+
+// A loopback TCP port that nothing listens on at the moment of asking.
+int freePort() {
+    const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t size = sizeof address;
+    const auto *generic = reinterpret_cast<sockaddr *>(&address);
+    const bool ok = ::bind(fd, generic, size) == 0 &&
+                    ::getsockname(fd, const_cast<sockaddr *>(generic), &size) == 0;
+    ::close(fd);
+    return ok ? ntohs(address.sin_port) : 0;
+}
+
+// A program's exit status and standard output.
+Outcome runProgram(const QString &program, const QStringList &args) {
+    QProcess process;
+    process.start(program, args);
+    if (!process.waitForFinished(15000)) {
+        return {};
+    }
+    return {process.exitCode(), QString::fromUtf8(process.readAllStandardOutput()),
+            QString::fromUtf8(process.readAllStandardError())};
 }
 
 }  // namespace
@@ -269,6 +298,171 @@ class PanelCtlTest : public QObject {
         const Outcome held = runTool(QStringLiteral("firmware"));
         QCOMPARE(held.exit, 1);
         QVERIFY(held.err.contains(QStringLiteral("settings window holds the port")));
+    }
+
+    // Each profile in turn against the simulator: exit status, the bytes it receives, the lines
+    // printed (for a refusal: part of the error). A refusal sends nothing, even when other
+    // entries of the profile are good.
+    void profilesApplyOnlyWhatDiffers() {
+        Sim sim(*roots_);
+        QVERIFY(sim.start());
+        const char *differ =
+            "{\"model\":317,\"settings\":{\"range\":40,\"swipe\":false},\"hotkeys\":{"
+            "\"calibration\":\"K\"}}";
+        const char *changes = "range: 32 -> 40\nswipe: on -> off\ncalibration-hotkey: C -> K\n";
+        const char *other = "{\"model\":259,\"settings\":{\"range\":50}}";
+        const struct {
+            const char *profile, *options;
+            int exit;
+            const char *bytes, *text;
+        } rows[] = {
+            {differ, "--check", 5, "", changes},
+            {differ, "", 0, "01 28 00|08 00 00|18 4B", changes},
+            {differ, "", 0, "", ""},  // the second time nothing differs
+            {differ, "--check", 0, "", ""},
+            {other, "", 2, "", "profile is for model 259"},
+            {other, "--check --any-model", 5, "", "range: 40 -> 50\n"},
+            {"{\"model\":317,\"settings\":{\"range\":50,\"speed\":1.5}}", "", 2, "", "speed"},
+            {"{\"model\":317,\"settings\":{\"range\":7}}", "", 2, "", "from 8 to 128"},
+            {"{\"model\":317,\"settings\":{\"swipe\":\"on\"}}", "", 2, "", "on, off"},
+            {"{\"model\":317,\"settings\":{\"volume\":3}}", "", 2, "",
+             "unknown setting \"volume\""},
+            {"{\"model\":317,\"colour\":1}", "", 2, "", "unknown key \"colour\""},
+            {"{\"model\":317,\"hotkeys\":{\"pen\":\"A\"}}", "", 2, "", "unknown hot key"},
+            {"{\"model\":317,\"hotkeys\":{\"simple\":\"K\"}}", "", 2, "", "must differ"},
+            {"{\"settings\":{\"range\":50}}", "", 2, "", "no whole-number \"model\""},
+            {"{\"model\":317,", "", 2, "", "not a profile"},
+            // Swapped hot keys: the pair differs in the end, so both are sent.
+            {"{\"model\":317,\"hotkeys\":{\"simple\":\"K\",\"calibration\":\"S\"}}", "", 0,
+             "18 53|19 4B", "calibration-hotkey: K -> S\nsimple-hotkey: S -> K\n"},
+        };
+        const QString file = roots_->path(QStringLiteral("profile.json"));
+        for (const auto &row : rows) {
+            QVERIFY(writeFileAtomically(file.toStdString(), row.profile));
+            const qsizetype before = sim.log().size();
+            const Outcome o =
+                runTool(QStringLiteral("apply %1 %2").arg(file, QLatin1String(row.options)));
+            const QString text = QString::fromUtf8(row.text);
+            QVERIFY2(o.exit == row.exit && (row.exit == 2 ? o.err.contains(text) : o.out == text),
+                     qPrintable(QStringLiteral("%1: exit %2, %3%4")
+                                    .arg(QLatin1String(row.profile))
+                                    .arg(o.exit)
+                                    .arg(o.out, o.err)));
+            QCOMPARE(sim.log().mid(before).join(u'|'), QString::fromLatin1(row.bytes));
+        }
+        // The hot keys are stored where the Calibration page reads them.
+        const auto stored = readPlistFile(getSettingsFilePath(317));
+        QCOMPARE(stored->stringValue("CalibrationHotKey"), std::string("S"));
+        QCOMPARE(stored->stringValue("SimpleHotKey"), std::string("K"));
+        // What export writes, apply takes back without a change.
+        QCOMPARE(runTool(QStringLiteral("export --output ") + file).exit, 0);
+        const Outcome again = runTool(QStringLiteral("apply --check ") + file);
+        QCOMPARE(again.exit, 0);
+        const QJsonObject exported =
+            QJsonDocument::fromJson(readSmallFile(file.toStdString(), 1 << 16)->c_str()).object();
+        QCOMPARE(exported["settings"]["range"].toInt(), 40);
+        QCOMPARE(exported["settings"]["swipe"].toBool(), false);
+        QCOMPARE(exported["hotkeys"]["simple"].toString(), QStringLiteral("K"));
+    }
+
+    // The metrics file in each state of the daemon and panel, as node_exporter's textfile
+    // collector serves it: every series the row names appears, those it rules out do not,
+    // and promtool finds the file valid.
+    void metricsReachNodeExporter() {
+        writeState(317);
+        // A name that needs escaping in a label value.
+        const std::string list = readSmallFile(getSupportDeviceListFilePath(), 1 << 20).value();
+        const std::string plain = "Tavix TX-317";
+        std::string odd = list;
+        odd.replace(odd.find(plain), plain.size(), "Tavix \"TX\"\n\\317");
+        QVERIFY(writeFileAtomically(getSupportDeviceListFilePath(), odd));
+        const QString folder = roots_->path(QStringLiteral("textfile"));
+        QVERIFY(QDir().mkpath(folder));
+        const int port = freePort();
+        QVERIFY(port != 0);
+        QProcess exporter;
+        exporter.start(
+            QStringLiteral(TAVIX_NODE_EXPORTER),
+            {QStringLiteral("--collector.disable-defaults"), QStringLiteral("--collector.textfile"),
+             QStringLiteral("--collector.textfile.directory=") + folder,
+             QStringLiteral("--web.listen-address=127.0.0.1:%1").arg(port)});
+        const QString url = QStringLiteral("http://127.0.0.1:%1/metrics").arg(port);
+        const auto scrape = [&] {
+            return runProgram(QStringLiteral(TAVIX_CURL), {QStringLiteral("-sf"), url}).out;
+        };
+        QVERIFY(QTest::qWaitFor([&] { return !scrape().isEmpty(); }, 10000));
+
+        std::unique_ptr<Sim> sim;
+        const struct {
+            const char *sim;  // nullptr: no daemon; "": the running one; else start with these
+            const char *console, *options;
+            QStringList present, absent;
+        } rows[] = {
+            {nullptr,
+             "",
+             "",
+             {"tavix_daemon_up 0", "tavix_panel_connected 1",
+              "model=\"317\",name=\"Tavix \\\"TX\\\"\\n\\\\317\"}"},
+             {"tavix_panel_dip_switch", "firmware="}},
+            {"--faulty-led 1:2 --dip-byte 0xF7",
+             "",
+             "--selftest",
+             {"tavix_daemon_up 1",
+              "checksum=\"3c5a\",driver_version=\"0.8.0.3\",firmware=\"1.24c\",model=\"317\"",
+              "tavix_panel_dip_switch{switch=\"1\"} 1", "tavix_panel_dip_switch{switch=\"8\"} 0",
+              "tavix_selftest_failed_points{kind=\"led\"} 1",
+              "tavix_selftest_failed_points{kind=\"sensor\"} 0",
+              "tavix_selftest_area_ok{area=\"Top 1\",kind=\"led\"} 0",
+              "tavix_selftest_area_ok{area=\"Top 2\",kind=\"led\"} 1",
+              "tavix_panel_firmware_checksum_ok 1", "tavix_selftest_last_run_timestamp_seconds 1.",
+              "tavix_metrics_errors 0"},
+             {}},
+            {"",
+             "disconnect",
+             "",
+             {"tavix_panel_connected 0", "tavix_daemon_up 1"},
+             {"tavix_panel_info", "tavix_selftest"}},
+            {"--never-reply",
+             "",
+             "--timeout 200",
+             {"tavix_daemon_up 1", "tavix_metrics_errors 2"},
+             {"tavix_panel_dip_switch", "firmware="}},
+        };
+        const QString file = folder + QStringLiteral("/tavix-panel.prom");
+        for (const auto &row : rows) {
+            if (row.sim == nullptr || *row.sim != '\0') {
+                sim.reset();
+            }
+            if (row.sim != nullptr && *row.sim != '\0') {
+                sim = std::make_unique<Sim>(*roots_);
+                QVERIFY(sim->start(row.sim));
+                QCOMPARE(sim->console(QStringLiteral("connect")).left(3), QStringLiteral("ok:"));
+            }
+            if (*row.console) {
+                QCOMPARE(sim->console(QLatin1String(row.console)).left(3), QStringLiteral("ok:"));
+            }
+            const Outcome o = runTool(
+                QStringLiteral("metrics --output %1 %2").arg(file, QLatin1String(row.options)));
+            QCOMPARE(o.exit, 0);
+            QCOMPARE(o.out, QString());
+            QProcess check;
+            check.start(QStringLiteral(TAVIX_PROMTOOL),
+                        {QStringLiteral("check"), QStringLiteral("metrics")});
+            check.write(readSmallFile(file.toStdString(), 1 << 20).value().c_str());
+            check.closeWriteChannel();
+            QVERIFY(check.waitForFinished(15000));
+            QVERIFY2(check.exitCode() == 0, check.readAllStandardOutput().constData());
+            const QString served = scrape();
+            QVERIFY(served.contains(QStringLiteral("node_textfile_scrape_error 0")));
+            for (const QString &line : row.present) {
+                QVERIFY2(served.contains(line), qPrintable(line + QLatin1Char('\n') + served));
+            }
+            for (const QString &line : row.absent) {
+                QVERIFY2(!served.contains(line), qPrintable(line));
+            }
+        }
+        exporter.terminate();
+        QVERIFY(exporter.waitForFinished(5000));
     }
 };
 

@@ -130,12 +130,62 @@ QString displayValue(const SettingName &setting, const SettingsDict &settings) {
     return {};
 }
 
-const HotKeyName *findHotKey(const QString &name) {
-    static const HotKeyName keys[] = {
+QJsonValue jsonValue(const SettingName &setting, const SettingsDict &settings) {
+    switch (setting.kind) {
+        case ValueKind::Flag:
+            return settings.boolValue(setting.key);
+        case ValueKind::Number:
+            return static_cast<qint64>(settings.intValue(setting.key));
+        case ValueKind::Real:
+            return settings.doubleValue(setting.key);
+        case ValueKind::Choice:
+            break;
+    }
+    return displayValue(setting, settings);
+}
+
+std::optional<QString> textForJson(const SettingName &setting, const QJsonValue &value) {
+    switch (setting.kind) {
+        case ValueKind::Flag:
+            if (value.isBool()) {
+                return value.toBool() ? QStringLiteral("on") : QStringLiteral("off");
+            }
+            return std::nullopt;
+        case ValueKind::Number:
+        case ValueKind::Real:
+            if (value.isDouble()) {
+                return QString::number(value.toDouble(), 'g', 17);
+            }
+            return std::nullopt;
+        case ValueKind::Choice:
+            if (value.isString()) {
+                return value.toString();
+            }
+            return std::nullopt;
+    }
+    return std::nullopt;
+}
+
+Bytes storedCommand(const SettingName &setting, const SettingsDict &settings) {
+    if (setting.kind == ValueKind::Real) {
+        return makeCommandDouble(setting.code, settings.doubleValue(setting.key));
+    }
+    const std::int64_t value = setting.kind == ValueKind::Flag
+                                   ? static_cast<std::int64_t>(settings.boolValue(setting.key))
+                                   : settings.intValue(setting.key);
+    return makeCommandU16(setting.code, value);
+}
+
+const std::vector<HotKeyName> &hotKeyNames() {
+    static const std::vector<HotKeyName> keys = {
         {"calibration", COMMAND_SET_CALIBRATION_HOT_KEY, "CalibrationHotKey", "SimpleHotKey"},
         {"simple", COMMAND_SET_SIMPLE_SETTING_HOT_KEY, "SimpleHotKey", "CalibrationHotKey"},
     };
-    for (const auto &key : keys) {
+    return keys;
+}
+
+const HotKeyName *findHotKey(const QString &name) {
+    for (const auto &key : hotKeyNames()) {
         if (name == QLatin1String(key.name)) {
             return &key;
         }

@@ -2,6 +2,7 @@
 // send for it, the settings-file key where the driver side records it, and its valid values.
 #pragma once
 
+#include <QJsonValue>
 #include <QString>
 #include <QStringList>
 
@@ -43,6 +44,16 @@ std::optional<Bytes> commandForValue(const SettingName &setting, const QString &
 // The stored value shown the way it is typed: on/off, a number, a choice name.
 QString displayValue(const SettingName &setting, const SettingsDict &settings);
 
+// The stored value as JSON: a flag as true/false, a number or seconds as a number, a choice by
+// its name.
+QJsonValue jsonValue(const SettingName &setting, const SettingsDict &settings);
+
+// A JSON value of that shape as the text set takes; nullopt when it has another type.
+std::optional<QString> textForJson(const SettingName &setting, const QJsonValue &value);
+
+// The command that would set the stored value again, to tell whether a new value differs.
+Bytes storedCommand(const SettingName &setting, const SettingsDict &settings);
+
 // The two hot keys: "calibration" and "simple".
 struct HotKeyName {
     const char *name;
@@ -51,6 +62,7 @@ struct HotKeyName {
     const char *otherKey;  // the other hot key, which may not be the same character
 };
 const HotKeyName *findHotKey(const QString &name);
+const std::vector<HotKeyName> &hotKeyNames();
 
 // One ASCII letter or digit; letters are stored in upper case. nullopt otherwise.
 std::optional<char> parseHotKey(const QString &text);
