@@ -13,6 +13,7 @@
 #include "globals.h"
 #include "hardwareinfo/hardwareinformationviewctl.h"
 #include "messageport.h"
+#include "modalwindows.h"
 #include "panetranslations.h"
 #include "paths.h"
 #include "settings_store.h"
@@ -465,23 +466,12 @@ void TavixTouchPanelPref::monitorPass() {
 
 void TavixTouchPanelPref::endModalWindow() {
     CalibrationPageController &calibration = *controllers_.calibrationVC_;
-    QWidget *modal = QApplication::activeModalWidget();
-    if (modal == nullptr) {
+    if (QApplication::activeModalWidget() == nullptr) {
         return;
     }
     // Whatever runs on top of the Calibration page's hot-key window ends here; that window itself
     // is its page's to take away (it stays while an alert of the page was up over it).
-    while (modal != nullptr && modal != calibration.modalWindow()) {
-        if (auto *dialog = qobject_cast<QDialog *>(modal)) {
-            dialog->done(QDialog::Rejected);
-        } else {
-            modal->close();
-        }
-        if (modal->isVisible()) {
-            break;  // it refused to close; do not spin
-        }
-        modal = QApplication::activeModalWidget();
-    }
+    endModalWindows(calibration.modalWindow());
     if (mainView_) {
         mainView_->window()->raise();
         mainView_->window()->activateWindow();

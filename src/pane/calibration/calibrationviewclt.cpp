@@ -21,6 +21,7 @@
 #include "daemonchannel.h"
 #include "globals.h"
 #include "hotkeychord.h"
+#include "modalwindows.h"
 #include "panetranslations.h"
 #include "paths.h"
 #include "radiomatrix.h"
@@ -393,19 +394,7 @@ void CalibrationViewClt::unselectedView() {
     quitThread = true;
     // An alert over the hot-key window goes with it: nothing of the page stays up once it is
     // left.
-    bool closed = false;
-    for (QWidget *modal = QApplication::activeModalWidget(); modal != nullptr;
-         modal = QApplication::activeModalWidget()) {
-        if (auto *dialog = qobject_cast<QDialog *>(modal)) {
-            dialog->done(QDialog::Rejected);
-        } else {
-            modal->close();
-        }
-        if (modal->isVisible()) {
-            break;  // it refused to close; do not spin
-        }
-        closed = true;
-    }
+    const bool closed = endModalWindows();
     if (closed && page_) {
         page_->window()->activateWindow();
     }
@@ -478,8 +467,6 @@ void CalibrationViewClt::openHotKeyWindow(const char *titleKey, const QString &c
         return;
     }
     QDialog *win = hotKeySettingWin_;
-    // A new session: no alert of an earlier one is on top any more.
-    doubleModal = false;
     win->setWindowTitle(localizedText(titleKey));
     selectHotKeyItem(currentKey);
     win->adjustSize();
