@@ -1,4 +1,4 @@
-// Message ports on a private session bus: naming, ownership, delivery, order, threads.
+// Message ports on a private session bus: naming, ownership, delivery, order, threads, callers.
 #include <QCoreApplication>
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
@@ -14,7 +14,6 @@
 #include <vector>
 
 #include "messageport.h"
-#include "test_support.h"
 
 using namespace tavix;
 
@@ -33,15 +32,13 @@ QByteArray inverted(QByteArray data) {
 
 // A port that records what arrives and answers with the request's bytes inverted.
 struct RecordingPort {
-    std::vector<qint32> msgids;
-    QList<QByteArray> data;
+    std::vector<std::pair<qint32, QByteArray>> received;
     bool allOnMainThread = true;
     std::unique_ptr<LocalMessagePort> port;
 
     bool open(const QString &name) {
         port = LocalMessagePort::create(name, [this](qint32 msgid, const QByteArray &bytes) {
-            msgids.push_back(msgid);
-            data << bytes;
+            received.emplace_back(msgid, bytes);
             allOnMainThread = allOnMainThread && onMainThread();
             return inverted(bytes);
         });
@@ -49,30 +46,24 @@ struct RecordingPort {
     }
 };
 
-bool nameHasOwner(const QString &port) {
-    return QDBusConnection::sessionBus().interface()->isServiceRegistered(
-        QStringLiteral("io.tavix.MessagePort.") + port);
-}
-
-// Connections to the bus, this test's included.
-int busPeers() {
+// Whether the port's bus name has an owner; "" asks for the number of connections to the bus.
+int owners(const QString &port) {
     const QStringList names =
         QDBusConnection::sessionBus().interface()->registeredServiceNames().value();
-    return int(names.filter(QRegularExpression(QStringLiteral("^:"))).size());
+    return int(port.isEmpty() ? names.filter(QRegularExpression(QStringLiteral("^:"))).size()
+                              : names.count(QStringLiteral("io.tavix.MessagePort.") + port));
 }
 
-// One request, awaited in the event loop: the reply's bytes, "failed" or "no outcome".
-QByteArray roundTrip(const RemoteMessagePort &remote, qint32 msgid, const QByteArray &data) {
-    QByteArray outcome = "no outcome";
-    remote.sendRequest(msgid, data, 1.0, 1.0,
-                       [&outcome](const PortReply &r) { outcome = r.ok ? r.reply : "failed"; });
-    [[maybe_unused]] const bool done = QTest::qWaitFor([&] { return outcome != "no outcome"; });
+// One request, awaited in the event loop: the reply's bytes, "failed" or "no port".
+QByteArray roundTrip(std::optional<RemoteMessagePort> remote, const QByteArray &data) {
+    QByteArray outcome;
+    if (!remote) {
+        return "no port";
+    }
+    remote->sendRequest(0, data, 1.0, 1.0,
+                        [&outcome](const PortReply &r) { outcome = r.ok ? r.reply : "failed"; });
+    [[maybe_unused]] const bool done = QTest::qWaitFor([&] { return !outcome.isNull(); });
     return outcome;
-}
-
-QByteArray roundTrip(const QString &port, qint32 msgid, const QByteArray &data) {
-    auto remote = RemoteMessagePort::lookup(port);
-    return remote ? roundTrip(*remote, msgid, data) : "no port";
 }
 
 }  // namespace
@@ -80,15 +71,7 @@ QByteArray roundTrip(const QString &port, qint32 msgid, const QByteArray &data) 
 class MessagePortTest : public QObject {
     Q_OBJECT
 
-  private:
-    std::unique_ptr<test::TempRoots> roots_;
-
   private Q_SLOTS:
-    void initTestCase() {
-        roots_ = std::make_unique<test::TempRoots>();
-        QVERIFY2(QDBusConnection::sessionBus().isConnected(), "the test needs a session bus");
-    }
-
     // In order, on the main thread, msgid and bytes intact (zero bytes, empty, 64 KiB). A second
     // owner is refused; release frees the name; a stale handle does not follow it.
     void portsDeliverIntactAndInOrderAndOwnTheirName() {
@@ -96,7 +79,7 @@ class MessagePortTest : public QObject {
         QVERIFY(!RemoteMessagePort::lookup(name));
         RecordingPort first, second;
         QVERIFY(first.open(name));
-        QVERIFY(nameHasOwner(name));
+        QCOMPARE(owners(name), 1);
         QVERIFY(!second.open(name));
         auto stale = RemoteMessagePort::lookup(name);
         QVERIFY(stale && RemoteMessagePort::tracked(name));
@@ -105,28 +88,24 @@ class MessagePortTest : public QObject {
         for (qint32 i = 0; i < 300; ++i) {
             sent.emplace_back(i, QByteArray::number(i));
         }
-        std::vector<QByteArray> replies;
+        std::vector<QByteArray> replies, expected;
         for (const auto &[msgid, data] : sent) {
+            expected.push_back(inverted(data));
             stale->sendRequest(msgid, data, 1.0, 1.0, [&](const PortReply &r) {
                 replies.push_back(r.ok ? r.reply : QByteArray("failed"));
             });
         }
         QVERIFY(QTest::qWaitFor([&] { return replies.size() == sent.size(); }, 10000));
-        QCOMPARE(first.data.size(), qsizetype(sent.size()));
+        QVERIFY(first.received == sent);
+        QVERIFY(replies == expected);
         QVERIFY(first.allOnMainThread);
-        for (size_t i = 0; i < sent.size(); ++i) {
-            QCOMPARE(first.msgids[i], sent[i].first);
-            QCOMPARE(first.data[i], sent[i].second);
-            QCOMPARE(replies[i], inverted(sent[i].second));
-        }
         first.port.reset();
         QVERIFY(!RemoteMessagePort::tracked(name));
-        QVERIFY(!nameHasOwner(name));
-        QVERIFY(!RemoteMessagePort::lookup(name));
+        QCOMPARE(owners(name), 0);
         QVERIFY(second.open(name));
-        QCOMPARE(roundTrip(*stale, 0, "old"), "failed");
-        QCOMPARE(roundTrip(name, 0, "new"), inverted("new"));
-        QCOMPARE(second.data, QList<QByteArray>{"new"});
+        QCOMPARE(roundTrip(stale, "old"), "failed");
+        QCOMPARE(roundTrip(RemoteMessagePort::lookup(name), "new"), inverted("new"));
+        QVERIFY(second.received == (std::vector<std::pair<qint32, QByteArray>>{{0, "new"}}));
     }
 
     // One reply per request, on the main thread also for requests sent from a worker thread;
@@ -159,16 +138,19 @@ class MessagePortTest : public QObject {
             respond("first");
             respond("second");  // ignored: a request has one reply
         }
-        QVERIFY(QTest::qWaitFor([&] { return calls.contains("worker:first"); }, 5000));
-        QTest::qWait(50);
+        // Replies travel in order: once a later request's reply is here, so are all of theirs.
+        remote->sendRequest(5, "e", 1.0, 1.0, note("after"));
+        QVERIFY(QTest::qWaitFor([&] { return pending.size() == 5; }, 5000));
+        pending.back()("first");
+        QVERIFY(QTest::qWaitFor([&] { return calls.contains("after:first"); }, 5000));
         calls.sort();
-        QCOMPARE(calls, QStringList({"kept:first", "late:failed", "worker:first"}));
+        QCOMPARE(calls, QStringList({"after:first", "kept:first", "late:failed", "worker:first"}));
         QVERIFY(allOnMainThread);
     }
 
     // The port goes at once, and so does its own connection to the bus.
     void portDestroyedByItsOwnCallback() {
-        const int peers = busPeers();
+        const int peers = owners({});
         std::unique_ptr<LocalMessagePort> port;
         int calls = 0;
         port = LocalMessagePort::create(QStringLiteral("SelfDestruct"),
@@ -178,13 +160,12 @@ class MessagePortTest : public QObject {
                                             return QByteArray("bye");
                                         });
         QVERIFY(port);
-        QCOMPARE(busPeers(), peers + 1);
-        QCOMPARE(roundTrip(QStringLiteral("SelfDestruct"), 0, "x"), "bye");
+        QCOMPARE(owners({}), peers + 1);
+        QCOMPARE(roundTrip(RemoteMessagePort::lookup(QStringLiteral("SelfDestruct")), "x"), "bye");
         QCOMPARE(calls, 1);
         QVERIFY(!port);
-        QVERIFY(!nameHasOwner(QStringLiteral("SelfDestruct")));
-        QVERIFY(!RemoteMessagePort::lookup(QStringLiteral("SelfDestruct")));
-        QTRY_COMPARE(busPeers(), peers);
+        QCOMPARE(owners(QStringLiteral("SelfDestruct")), 0);
+        QTRY_COMPARE(owners({}), peers);
     }
 
     // The same call as root and as nobody, on a private bus admitting both: served once.
@@ -203,10 +184,7 @@ class MessagePortTest : public QObject {
         int calls = 0;
         auto port = LocalMessagePort::create(
             QStringLiteral("ForeignUidProbe"),
-            [&](qint32, const QByteArray &) {
-                ++calls;
-                return QByteArray("ok");
-            },
+            [&](qint32, const QByteArray &) { return QByteArray::number(++calls); },
             QDBusConnection::connectToBus(address, QStringLiteral("foreign-uid-bus")));
         QVERIFY(port);
         QStringList errors;
