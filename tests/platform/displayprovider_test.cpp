@@ -95,10 +95,7 @@ class DisplayProviderTest : public QObject {
         QTemporaryDir root;
         connector(root.path(), "DSI-1", "connected", edid(2, 0x2021));
         connector(root.path(), "DP-3", "connected", edid(0x10AC, 0xA0C4, "Panel B\n  "));
-        connector(root.path(), "DP-4", "connected",
-                  edid(5, 6,
-                       "AB\x01"
-                       "CD"));
+        connector(root.path(), "DP-4", "connected", edid(5, 6, "AB\1CD"));
         connector(root.path(), "DP-5", "connected", edid(7, 8).left(127));
         connector(root.path(), "HDMI-A-1", "disconnected", edid(4, 40));
         const QRectF b(10, 20, 1919.5, 1080);
