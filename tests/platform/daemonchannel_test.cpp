@@ -2,7 +2,6 @@
 #include <QElapsedTimer>
 #include <QtTest/QtTest>
 
-#include <memory>
 #include <optional>
 #include <utility>
 #include <vector>
@@ -20,12 +19,7 @@ using HardwareType = std::optional<std::int32_t>;
 class DaemonChannelTest : public QObject {
     Q_OBJECT
 
-  private:
-    std::unique_ptr<test::TempRoots> roots_;
-
   private Q_SLOTS:
-    void initTestCase() { roots_ = std::make_unique<test::TempRoots>(); }
-
     // In order, byte for byte, replies to their callers; nothing kept while the daemon is absent.
     void commandsReachOnlyAPresentDaemon() {
         int outcomes = 0;
@@ -57,7 +51,6 @@ class DaemonChannelTest : public QObject {
         QVERIFY(SendDataToRemotePort(makeCommand(COMMAND_GET_DIP_SW)));
         QVERIFY(sendStartSelfTest([&](HardwareType t) { types.push_back(t); }));
         QVERIFY(QTest::qWaitFor([&] { return !types.empty(); }, 5000));
-        QTest::qWait(50);
         QCOMPARE(outcomes, 0);
         QCOMPARE(replies, QStringList({"range", "speed"}));
         QCOMPARE(types, std::vector<HardwareType>{317});
