@@ -1,9 +1,14 @@
+// How self-test records are judged per area, and the device list the judging reads.
 #include "selftest.h"
 
 #include <gtest/gtest.h>
 
+#include <fstream>
 #include <string>
 #include <vector>
+
+#include "device_list.h"
+#include "temp_env.h"
 
 namespace tavix {
 namespace {
@@ -75,33 +80,53 @@ TEST(SelfTestTest, Judging) {
     EXPECT_TRUE(judgeSelfTest({rec(1, 1)}, DeviceEntry{}).summaries.empty());
 }
 
-TEST(DeviceListTest, ReadsEntriesAndRefusesWhatIsNotAList) {
-    const std::string head =
-        "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\">\n";
+std::string describe(const std::vector<DeviceEntry> &list) {
+    std::string s;
+    for (const DeviceEntry &e : list) {
+        s += std::to_string(e.modelType) + " " + e.name + " m" + std::to_string(e.manufacturerID);
+        for (const auto id : e.productIDs) {
+            s += " p" + std::to_string(id);
+        }
+        s += e.hasLEDSensorArray ? " LED" : "";
+        for (const AreaDefinition &a : e.areas) {
+            s += " [" + a.label + " " + std::to_string(a.pointCount) + " " +
+                 std::to_string(a.index) + "]";
+        }
+        s += "; ";
+    }
+    return s;
+}
+
+using DeviceListTest = test::TempEnvTest;
+
+// Every field of every entry; items of the wrong kind read as nothing (or 0), never as others.
+TEST_F(DeviceListTest, ReadsWholeEntriesAndRefusesWhatIsNotAList) {
+    const std::string head = "<?xml version=\"1.0\"?><plist version=\"1.0\">";
+    const auto integer = [](int i) { return "<integer>" + std::to_string(i) + "</integer>"; };
     const std::string good =
-        head +
-        "<array>"
-        "<dict><key>ModelType</key><integer>259</integer><key>Name</key><string>A</string></dict>"
-        "<dict><key>ModelType</key><integer>317</integer><key>Name</key><string>B</string>"
-        "<key>LEDSensorArray</key><array><dict><key>Area</key><string>Top</string>"
-        "<key>Point</key><integer>60</integer><key>Index</key><integer>1</integer></dict>"
-        "</array></dict>"
-        "</array></plist>";
+        head + "<array><dict><key>ModelType</key>" + integer(259) +
+        "<key>Name</key><string>A</string><key>Display</key><dict><key>ManufacturerID</key>" +
+        integer(1552) + "<key>ProductID</key><array>" + integer(12) +
+        "<real>7.9</real><true/><string>9</string></array></dict></dict><string>skipped</string>"
+        "<dict><key>ModelType</key><real>317.5</real><key>Name</key><integer>2</integer>"
+        "<key>LEDSensorArray</key><array><dict><key>Area</key><string>Top</string><key>Point"
+        "</key>" +
+        integer(60) + "<key>Index</key>" + integer(1) + "</dict><string>odd</string></array>" +
+        "</dict></array></plist>";
     const auto list = parseDeviceList(good);
     ASSERT_TRUE(list);
-    ASSERT_EQ(list->size(), 2u);
-    const DeviceEntry *e317 = findDeviceEntry(*list, 317);
-    ASSERT_NE(e317, nullptr);
-    EXPECT_EQ(e317->name, "B");
-    ASSERT_EQ(e317->areas.size(), 1u);
-    EXPECT_EQ(e317->areas[0].label, "Top");
-    EXPECT_EQ(e317->areas[0].pointCount, 60);
-    EXPECT_FALSE(findDeviceEntry(*list, 259)->hasLEDSensorArray);
+    EXPECT_EQ(describe(*list), "259 A m1552 p12 p7 p1 p0; 317  m0 LED [Top 60 1] [ 0 0]; ");
+    EXPECT_EQ(findDeviceEntry(*list, 317), &(*list)[1]);
     EXPECT_EQ(findDeviceEntry(*list, 1), nullptr);
     for (const std::string &bad : {head + "<dict></dict></plist>", std::string("<array")}) {
-        EXPECT_FALSE(parseDeviceList(bad)) << bad.substr(0, 60);
+        EXPECT_FALSE(parseDeviceList(bad)) << bad;
     }
-    EXPECT_FALSE(readDeviceList("/nonexistent/DeviceList.plist"));
+    const std::string path = home_ + "/SupportResolutionList.plist";
+    EXPECT_FALSE(readDeviceList(path));
+    EXPECT_FALSE(readResolutionList(path)) << "a missing list is no list";
+    std::ofstream(path) << head + "<array><string>1920x1080</string>" + integer(5) +
+                               "<string>800x600</string></array></plist>";
+    EXPECT_EQ(readResolutionList(path), (std::vector<std::string>{"1920x1080", "800x600"}));
 }
 
 }  // namespace
