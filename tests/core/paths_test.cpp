@@ -1,6 +1,10 @@
+// Where each file and folder lives, under HOME or the system Library, and when folders appear.
+// appear.
 #include "paths.h"
 
 #include <gtest/gtest.h>
+#include <pwd.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
@@ -12,9 +16,8 @@ namespace tavix {
 namespace {
 
 namespace fs = std::filesystem;
-using test::TempEnvTest;
 
-class PathsTest : public TempEnvTest {
+class PathsTest : public test::TempEnvTest {
   protected:
     void TearDown() override {
         setLocalizedStringLookup({});
@@ -28,44 +31,49 @@ class PathsTest : public TempEnvTest {
 
 // Expected paths are relative to HOME ("~") or the system Library folder ("@").
 TEST_F(PathsTest, EveryPathFollowsItsRootAndFolderName) {
+    EXPECT_EQ(getUilitiesFilePath(),
+              home_ + "/Library/Preferences/PreferenceFolderName/Utilities.plist")
+        << "with no lookup the key names the folder";
+    useFolderName("");
+    EXPECT_EQ(getUilitiesFilePath(), home_ + "/Library/Preferences/Utilities.plist");
     useFolderName("TavixTouch");
     const std::string prefs = "~/Library/Preferences/TavixTouch";
     const std::pair<std::function<std::string()>, std::string> cases[] = {
         {getPreferenceFolderPath, prefs},
-        {[] { return getSettingsFilePath(317); }, prefs + "/Settings_317.plist"},
+        {[] { return getSettingsFilePath(-317); }, prefs + "/Settings_-317.plist"},
         {getAdvanceCalibrationFilePath, prefs + "/advanceCalibrationPoints.plist"},
         {getUilitiesFilePath, prefs + "/Utilities.plist"},
         {calibrationToolFullPath,
          "@/Application Support/TavixTouch/CalibrationTool/CalibrationTool.app"},
         {utilitiesAppInStatusBarFullPath,
          "@/Application Support/TavixTouch/StatusBarApp/TavixTouchSettingUtility.app"},
-        {getSystemPreferenceFolderPath, "@/Preferences/TavixTouchPanel"},
         {getSupportDeviceListFilePath, "@/Preferences/TavixTouchPanel/DeviceList.plist"},
         {getSupportResolutionListFilePath,
          "@/Preferences/TavixTouchPanel/SupportResolutionList.plist"},
     };
     for (const auto &[call, relative] : cases) {
-        std::string expected = relative;
-        if (expected[0] == '~' || expected[0] == '@') {
-            expected = (expected[0] == '~' ? home_ : system_) + expected.substr(1);
-        }
-        EXPECT_EQ(call(), expected);
+        EXPECT_EQ(call(), (relative[0] == '~' ? home_ : system_) + relative.substr(1));
     }
+    // Empty variables count as unset.
+    ::setenv("HOME", "", 1);
+    ::setenv("TAVIX_SYSTEM_LIBRARY", "", 1);
+    EXPECT_EQ(homeDirectory(), ::getpwuid(::getuid())->pw_dir);
+    EXPECT_EQ(systemLibraryFolder(), TAVIX_SYSTEM_LIBRARY_DEFAULT);
 }
 
-// No lookup: the key names the folder.
-TEST_F(PathsTest, FolderNameFallsBackToTheKeyOrMayBeEmpty) {
-    EXPECT_EQ(getUilitiesFilePath(),
-              home_ + "/Library/Preferences/PreferenceFolderName/Utilities.plist");
-    useFolderName("");
-    EXPECT_EQ(getUilitiesFilePath(), home_ + "/Library/Preferences/Utilities.plist");
-    EXPECT_EQ(getPreferenceFolderPath(), home_ + "/Library/Preferences/");
+TEST_F(PathsTest, ComponentsJoinWithOneSlash) {
+    const char *cases[][3] = {
+        {"/a//", "//b", "/a/b"}, {"/", "b", "/b"}, {"", "b", "b"},
+        {"a", "///", "a"},       {"//", "", "/"},
+    };
+    for (const auto &[base, component, joined] : cases) {
+        EXPECT_EQ(appendPathComponent(base, component), joined) << base << " + " << component;
+    }
 }
 
 TEST_F(PathsTest, FoldersAreCreatedOnEachLookupUnlessAFileIsInTheWay) {
     useFolderName("TavixTouch");
     const fs::path folder = home_ + "/Library/Preferences/TavixTouch";
-    ASSERT_FALSE(fs::exists(folder));
     getUilitiesFilePath();
     EXPECT_TRUE(fs::is_directory(folder));
     fs::remove_all(folder);
