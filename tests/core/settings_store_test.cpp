@@ -1,3 +1,4 @@
+// Settings files: first-use defaults, merges, unreadable files left alone, concurrent writers.
 #include "settings_store.h"
 
 #include <gtest/gtest.h>
@@ -118,24 +119,41 @@ TEST_F(StoreTest, FilesAreReadAndWrittenBackUnchanged) {
     EXPECT_EQ(readPlistFile(settingsFile()), expected);
 }
 
-// Why the guard refuses a file is pinned in its own table; any refusal reads empty here.
+// Files the store cannot take read empty and are never written over: too large, broken, not a
+// dictionary, or no regular file at all. Why the guard refuses a file is pinned in its own table.
 TEST_F(StoreTest, UnreadableFilesReadEmptyAndAreNeverOverwritten) {
     const std::string head =
         "<?xml version=\"1.0\"?><plist version=\"1.0\"><dict><key>s</key><string>";
     const std::string tail = "</string></dict></plist>";
     const std::size_t fits = kMaxPlistFileSize - head.size() - tail.size();
-    const std::pair<const char *, std::string> cases[] = {
-        {"one byte over the size cap", head + std::string(fits + 1, 'x') + tail},
-        {"truncated XML", "<?xml version=\"1.0\"?><plist version=\"1.0\"><dict><key>currentDe"},
-        {"array root", "<?xml version=\"1.0\"?><plist version=\"1.0\"><array/></plist>"},
-    };
     const std::string path = getUilitiesFilePath();
-    for (const auto &[label, bytes] : cases) {
-        writeBytes(path, bytes);
+    const auto write = [&path](const std::string &bytes) {
+        return [&path, bytes] { return bool(std::ofstream(path, std::ios::binary) << bytes); };
+    };
+    const std::pair<const char *, std::function<bool()>> cases[] = {
+        {"one byte over the size cap", write(head + std::string(fits + 1, 'x') + tail)},
+        {"truncated XML", write(head.substr(0, 60))},
+        {"array root", write("<?xml version=\"1.0\"?><plist version=\"1.0\"><array/></plist>")},
+        {"FIFO", [&] { return ::mkfifo(path.c_str(), 0600) == 0; }},
+        {"link to a device", [&] { return ::symlink("/dev/zero", path.c_str()) == 0; }},
+        {"folder", [&] { return ::mkdir(path.c_str(), 0700) == 0; }},
+    };
+    for (const auto &[label, make] : cases) {
+        ASSERT_TRUE(make()) << label;
+        struct stat before {
+        }, after{};
+        ASSERT_EQ(::lstat(path.c_str(), &before), 0);
+        const bool regular = S_ISREG(before.st_mode);
+        const std::string bytes = regular ? readBytes(path) : "";
         EXPECT_TRUE(readUtilitiesDictionary().empty()) << label;
         EXPECT_FALSE(saveItemToInfoPlist(PlistValue(3), "currentPageIndex")) << label;
         EXPECT_FALSE(saveSettingItemsToPlist(dictOf({{"VerboseLog", true}}), path)) << label;
-        EXPECT_EQ(readBytes(path), bytes) << label << ": left byte for byte untouched";
+        EXPECT_TRUE(regular || !writePlistFileAtomically(utilitiesDefaults(), path)) << label;
+        ASSERT_EQ(::lstat(path.c_str(), &after), 0) << label;
+        EXPECT_EQ(after.st_ino, before.st_ino) << label;
+        EXPECT_EQ(after.st_mode, before.st_mode) << label;
+        EXPECT_EQ(regular ? readBytes(path) : "", bytes) << label << ": left byte for byte";
+        fs::remove(path);
     }
     writeBytes(path, head + std::string(fits, 'x') + tail);
     EXPECT_EQ(readUtilitiesDictionary(), dictOf({{"s", std::string(fits, 'x')}}));
@@ -153,28 +171,6 @@ TEST_F(StoreTest, MergesCreateNoDefaultsKeepPermissionsAndFailCleanlyWithoutAFol
     ASSERT_EQ(::stat(settingsFile().c_str(), &st), 0);
     EXPECT_EQ(st.st_mode & 07777, 0640u);
     EXPECT_FALSE(writePlistFileAtomically(utilitiesDefaults(), home_ + "/no/such/folder/x.plist"));
-}
-
-TEST_F(StoreTest, OnlyRegularFilesAreReadAndNothingIsWrittenOverOthers) {
-    const std::string path = getUilitiesFilePath();
-    const std::pair<const char *, std::function<bool()>> cases[] = {
-        {"FIFO", [&] { return ::mkfifo(path.c_str(), 0600) == 0; }},
-        {"link to a device", [&] { return ::symlink("/dev/zero", path.c_str()) == 0; }},
-        {"folder", [&] { return ::mkdir(path.c_str(), 0700) == 0; }},
-    };
-    for (const auto &[label, make] : cases) {
-        ASSERT_TRUE(make()) << label;
-        struct stat before {};
-        ASSERT_EQ(::lstat(path.c_str(), &before), 0);
-        EXPECT_TRUE(readUtilitiesDictionary().empty()) << label;
-        EXPECT_FALSE(saveItemToInfoPlist(PlistValue(2), "currentPageIndex")) << label;
-        EXPECT_FALSE(writePlistFileAtomically(utilitiesDefaults(), path)) << label;
-        struct stat after {};
-        ASSERT_EQ(::lstat(path.c_str(), &after), 0) << label;
-        EXPECT_EQ(after.st_mode, before.st_mode) << label;
-        EXPECT_EQ(after.st_ino, before.st_ino) << label;
-        fs::remove(path);
-    }
 }
 
 // Another writer creating the file while the defaults are filled in: the first creator wins.
