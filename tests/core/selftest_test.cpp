@@ -65,8 +65,8 @@ TEST(SelfTestTest, Judging) {
         const char *expected;  // summaries "label:LED/sensor", then error rows
     } cases[] = {
         {{}, "Top:OK/OK "},
-        // A point beyond its area's "Point" neither counts as tested nor is listed.
-        {{rec(1, 1, 1, 1), rec(1, 5, 1, 1)}, "Top:ALL/ALL [Top 1 11]"},
+        // A point beyond its area's "Point" (the last one counts) neither counts nor is listed.
+        {{rec(1, 1, 1, 1), rec(1, 4, 1, 1), rec(1, 5, 1, 1)}, "Top:ALL/ALL [Top 1 11][Top 4 11]"},
         // Area numbers 0 and 200 have no definition and are skipped without stopping.
         {{rec(0, 1, 1, 1), rec(2, 1), rec(200, 1, 1, 1), rec(3, 2, 0, 1), rec(3, 3)},
          "Top:OK/OK Left:OK/OK Right:Check/OK [Right 2 01]"},
@@ -111,11 +111,10 @@ TEST_F(DeviceListTest, ReadsWholeEntriesAndRefusesWhatIsNotAList) {
         "<dict><key>ModelType</key><real>317.5</real><key>Name</key><integer>2</integer>"
         "<key>LEDSensorArray</key><array><dict><key>Area</key><string>Top</string><key>Point"
         "</key>" +
-        integer(60) + "<key>Index</key>" + integer(1) + "</dict><string>odd</string></array>" +
-        "</dict></array></plist>";
+        integer(60) + "</dict><string>odd</string></array>" + "</dict></array></plist>";
     const auto list = parseDeviceList(good);
     ASSERT_TRUE(list);
-    EXPECT_EQ(describe(*list), "259 A m1552 p12 p7 p1 p0; 317  m0 LED [Top 60 1] [ 0 0]; ");
+    EXPECT_EQ(describe(*list), "259 A m1552 p12 p7 p1 p0; 317  m0 LED [Top 60 0] [ 0 0]; ");
     EXPECT_EQ(findDeviceEntry(*list, 317), &(*list)[1]);
     EXPECT_EQ(findDeviceEntry(*list, 1), nullptr);
     for (const std::string &bad : {head + "<dict></dict></plist>", std::string("<array")}) {

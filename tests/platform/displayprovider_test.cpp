@@ -121,8 +121,9 @@ class DisplayProviderTest : public QObject {
                                  << "DP-2 52d8:3170 0,0 1920x1080 | eDP-1 daf:1132builtin "
                                     "1920,0 1366x768";
         QTest::newRow("missing") << QByteArray() << "";
-        QTest::newRow("defaults") << QByteArray(R"([{"monitor": "M", "height": 2.5}])")
-                                  << "M 756e6b6e:0 0,0 0x2.5";
+        QTest::newRow("defaults")
+            << QByteArray(R"([{"monitor": "M", "height": 2.5, "model": 4294967295}])")
+            << "M 756e6b6e:ffffffff 0,0 0x2.5";
     }
     void fixture() {
         QFETCH(QByteArray, json);
