@@ -29,13 +29,14 @@ void connector(const QString &root, const QString &name, const QByteArray &statu
     put(root, "card0-" + name + "/edid", edid);
 }
 
-// A base block with the fixed header, vendor, model and, given one, a monitor-name descriptor.
-QByteArray edid(quint16 vendor, quint16 model, const QByteArray &name = {}) {
+// A base block with the fixed header, vendor, model and, given one, a monitor-name descriptor
+// in descriptor slot 0 to 3.
+QByteArray edid(quint16 vendor, quint16 model, const QByteArray &name = {}, int slot = 3) {
     QByteArray e = QByteArray::fromHex("00FFFFFFFFFFFF00") + QByteArray(120, '\0');
     e[8] = char(vendor >> 8), e[9] = char(vendor), e[10] = char(model), e[11] = char(model >> 8);
     if (!name.isNull()) {
-        e[75] = '\xFC';
-        e.replace(77, name.size(), name);
+        e[54 + 18 * slot + 3] = '\xFC';
+        e.replace(54 + 18 * slot + 5, name.size(), name);
     }
     return e;
 }
@@ -94,7 +95,7 @@ class DisplayProviderTest : public QObject {
     void pairing() {
         QTemporaryDir root;
         connector(root.path(), "DSI-1", "connected", edid(2, 0x2021));
-        connector(root.path(), "DP-3", "connected", edid(0x10AC, 0xA0C4, "Panel B\n  "));
+        connector(root.path(), "DP-3", "connected", edid(0x10AC, 0xA0C4, "Panel B\n  ", 0));
         connector(root.path(), "DP-4", "connected", edid(5, 6, "AB\1CD"));
         connector(root.path(), "DP-5", "connected", edid(7, 8).left(127));
         connector(root.path(), "HDMI-A-1", "disconnected", edid(4, 40));
