@@ -148,6 +148,29 @@ class MessagePortTest : public QObject {
         QVERIFY(allOnMainThread);
     }
 
+    // Requests to a known port reuse what the first set up: no match rule or owner query each.
+    void requestsBringNoBusTrafficOfTheirOwn() {
+        RecordingPort port;
+        QVERIFY(port.open(QStringLiteral("Busy")));
+        QCOMPARE(roundTrip(RemoteMessagePort::tracked(QStringLiteral("Busy")), "x"), inverted("x"));
+        QProcess monitor;
+        monitor.start(QStringLiteral("dbus-monitor"), {"--session", "--profile"});
+        QVERIFY(monitor.waitForStarted(5000) && monitor.waitForReadyRead(5000));
+        for (int i = 0; i < 5; ++i) {
+            QCOMPARE(roundTrip(RemoteMessagePort::tracked(QStringLiteral("Busy")), "x"),
+                     inverted("x"));
+        }
+        // What a request sends before it arrives has reached the monitor with it.
+        QByteArray seen;
+        QVERIFY(QTest::qWaitFor([&] {
+            seen += monitor.readAll();
+            return seen.count("\tSendRequest") == 5;
+        }));
+        QCOMPARE(seen.count("\tAddMatch") + seen.count("\tGetNameOwner"), 0);
+        monitor.kill();
+        monitor.waitForFinished(5000);
+    }
+
     // The port goes at once, and so does its own connection to the bus.
     void portDestroyedByItsOwnCallback() {
         const int peers = owners({});
