@@ -1,5 +1,4 @@
 // Where each file and folder lives, under HOME or the system Library, and when folders appear.
-// appear.
 #include "paths.h"
 
 #include <gtest/gtest.h>
