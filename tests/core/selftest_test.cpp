@@ -107,14 +107,16 @@ TEST_F(DeviceListTest, ReadsWholeEntriesAndRefusesWhatIsNotAList) {
         head + "<array><dict><key>ModelType</key>" + integer(259) +
         "<key>Name</key><string>A</string><key>Display</key><dict><key>ManufacturerID</key>" +
         integer(1552) + "<key>ProductID</key><array>" + integer(12) +
-        "<real>7.9</real><true/><string>9</string></array></dict></dict><string>skipped</string>"
+        "<real>7.9</real><real>9.2e18</real><real>9.3e18</real><true/><string>9</string></array></"
+        "dict></dict><string>skipped</string>"
         "<dict><key>ModelType</key><real>317.5</real><key>Name</key><integer>2</integer>"
         "<key>LEDSensorArray</key><array><dict><key>Area</key><string>Top</string><key>Point"
         "</key>" +
         integer(60) + "</dict><string>odd</string></array>" + "</dict></array></plist>";
     const auto list = parseDeviceList(good);
     ASSERT_TRUE(list);
-    EXPECT_EQ(describe(*list), "259 A m1552 p12 p7 p1 p0; 317  m0 LED [Top 60 0] [ 0 0]; ");
+    EXPECT_EQ(describe(*list),
+              "259 A m1552 p12 p7 p9200000000000000000 p0 p1 p0; 317  m0 LED [Top 60 0] [ 0 0]; ");
     EXPECT_EQ(findDeviceEntry(*list, 317), &(*list)[1]);
     EXPECT_EQ(findDeviceEntry(*list, 1), nullptr);
     for (const std::string &bad : {head + "<dict></dict></plist>", std::string("<array")}) {
