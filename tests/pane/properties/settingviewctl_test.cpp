@@ -80,12 +80,15 @@ class SettingViewCtlTest : public QObject {
         QTRY_VERIFY(widget->hasFocus());
     }
     void makePage() {
+        QFile::remove(QString::fromStdString(getSettingsFilePath(kModel)));
         page_ = std::make_unique<QWidget>();
         page_->resize(640, 480);
         ctl_ = new SettingViewCtl(page_.get(), std::make_shared<FakeSystemInfo>(kPlainLinux, -1),
                                   page_.get());
         page_->show();
         QVERIFY(QTest::qWaitForWindowExposed(page_.get()));
+        ctl_->updateUIState();
+        daemon_.received.clear();
     }
     // Waits for the marker and checks that exactly these commands came before it.
     void expectSent(const QStringList &expected) {
@@ -134,12 +137,7 @@ class SettingViewCtlTest : public QObject {
         QVERIFY(daemon_.start());
         gModelType = kModel;
     }
-    void init() {
-        QFile::remove(QString::fromStdString(getSettingsFilePath(kModel)));
-        makePage();
-        ctl_->updateUIState();
-        daemon_.received.clear();
-    }
+    void init() { makePage(); }
     void cleanup() {
         page_.reset();
         daemon_.received.clear();
@@ -339,19 +337,17 @@ class SettingViewCtlTest : public QObject {
         expectSent({});  // a refresh only mirrors what is stored
     }
 
-    void measuredDoubleClickSetsSpeed() {
+    // A measured double click sets the speed and sends it; a trial only toggles its circle.
+    void doubleClicks() {
         doubleClickOn(w<TestView>("rateView_"), 0.0, 0.62);
         expectSent({"02 D7 A3 70 3D 0A D7 E3 3F"});
         checkRateShown(0.62);
-    }
-
-    void trialDoubleClickTogglesCircle() {
-        auto *testView = w<TestView>("testView_");
-        doubleClickOn(testView, 10.0, 10.45);  // within the normal 0.5 s window
-        QCOMPARE(testView->currentDrawType(), 1);
-        doubleClickOn(testView, 20.0, 20.45);
-        QCOMPARE(testView->currentDrawType(), 0);
-        expectSent({});  // a trial never talks to the daemon
+        for (const int drawType : {1, 0}) {
+            const double start = drawType ? 10.0 : 20.0;  // within the normal 0.5 s window
+            doubleClickOn(w<TestView>("testView_"), start, start + 0.45);
+            QCOMPARE(w<TestView>("testView_")->currentDrawType(), drawType);
+        }
+        expectSent({});
     }
 };
 
