@@ -7,6 +7,8 @@
 #include <map>
 #include <utility>
 
+#include <QList>
+
 #include "clock.h"
 
 namespace tavix::test {
@@ -35,10 +37,13 @@ class ManualClock final : public Clock {
         }
         now_ = t;
     }
-    std::size_t pendingTimers() const { return timers_.size(); }
-    // The deadline of the only pending timer, or -1.
-    double onlyDeadline() const {
-        return timers_.size() == 1 ? timers_.begin()->second.deadline : -1.0;
+    // The deadlines of the pending timers, in the order they were started.
+    QList<double> deadlines() const {
+        QList<double> list;
+        for (const auto &[id, timer] : timers_) {
+            list << timer.deadline;
+        }
+        return list;
     }
 
   private:
