@@ -103,34 +103,43 @@ class ShellTest : public QObject, PaneFixture {
         installPaneTranslations(QLocale());
     }
 
-    // Model -1: first start, no shared state file yet (one with no panel is written).
-    void availability_data() {
+    // Loading shows the pages only for a panel with the driver on (model -1: first start, no
+    // shared state file yet; one with no panel is written). Selecting then refreshes the stored
+    // page and shows it; an out-of-range one goes to the Version page's controller, unclamped.
+    void loadAndSelect_data() {
         QTest::addColumn<int>("model");
         QTest::addColumn<bool>("driver");
-        QTest::addColumn<QString>("alertKey");  // empty: the pages are usable
-        QTest::newRow("first start") << -1 << true << "Alert.disconnect";
-        QTest::newRow("panel, driver on") << 317 << true << QString();
-        QTest::newRow("panel, driver off") << 317 << false << "Alert.driverDisable";
-        QTest::newRow("no panel, driver on") << 0 << true << "Alert.disconnect";
-        QTest::newRow("no panel, driver off") << 0 << false << "Alert.disconnect";
+        QTest::addColumn<int>("page");
+        QTest::addColumn<QString>("alertKey");   // empty: the pages are usable
+        QTest::addColumn<QStringList>("calls");  // those willSelect makes
+        const QStringList none;
+        QTest::newRow("first start") << -1 << true << 0 << "Alert.disconnect" << none;
+        QTest::newRow("panel, page 2")
+            << 317 << true << 2 << QString()
+            << QStringList{"hw.updateUIState", "cal.unselectedView", "hw.updateUIState"};
+        QTest::newRow("panel, page 7")
+            << 317 << true << 7 << QString() << QStringList{"ver.updateUIState"};
+        QTest::newRow("panel, driver off") << 317 << false << 1 << "Alert.driverDisable" << none;
+        QTest::newRow("no panel, driver on") << 0 << true << 1 << "Alert.disconnect" << none;
+        QTest::newRow("no panel, driver off") << 0 << false << 1 << "Alert.disconnect" << none;
     }
-    void availability() {
+    void loadAndSelect() {
         QFETCH(int, model);
         QFETCH(bool, driver);
+        QFETCH(int, page);
         QFETCH(QString, alertKey);
+        QFETCH(QStringList, calls);
         const bool usable = alertKey.isEmpty();
         if (model >= 0) {
-            writeUtilities(utilities(model, driver, 0));
+            writeUtilities(utilities(model, driver, page, false, true));
         }
         startPane();
-
-        QCOMPARE((QList<bool>{tabView()->isVisible(), popUp()->isVisible(), checkBox()->isVisible(),
-                              alert()->isVisible()}),
-                 (QList<bool>{usable, usable, usable, !usable}));
+        const auto shown = [&] {
+            return QList<bool>{tabView()->isVisible(), popUp()->isVisible(),
+                               checkBox()->isVisible(), alert()->isVisible()};
+        };
+        QCOMPARE(shown(), (QList<bool>{usable, usable, usable, !usable}));
         QCOMPARE(popUp()->currentIndex(), usable ? 0 : -1);
-        if (!usable) {
-            QCOMPARE(alert()->text(), localizedText(qPrintable(alertKey)));
-        }
         QCOMPARE(gModelType.load(), std::max(model, 0));
         QCOMPARE(gDriverEnable.load(), driver);
         QCOMPARE(log_, (QStringList{"set.resetTabView", "hw.resetTabView"}));
@@ -139,35 +148,18 @@ class ShellTest : public QObject, PaneFixture {
         QCOMPARE(stored->intValue("currentDeviceType"), std::max(model, 0));
         QCOMPARE(stored->boolValue("DriverEnable"), driver);
         QCOMPARE(stored->size(), std::size_t{5});
-    }
 
-    // Out-of-range pages are stored and go to the Version page's controller, unclamped.
-    void willSelectRestoresStoredPage_data() {
-        QTest::addColumn<int>("page");
-        QTest::addColumn<int>("tab");
-        QTest::addColumn<QStringList>("calls");
-        // The stored page is refreshed first, then the tab change goes through the delegate.
-        QTest::newRow("2") << 2 << 2
-                           << QStringList{"hw.updateUIState", "cal.unselectedView",
-                                          "hw.updateUIState"};
-        QTest::newRow("7") << 7 << 0 << QStringList{"ver.updateUIState"};
-    }
-    void willSelectRestoresStoredPage() {
-        QFETCH(int, page);
-        QFETCH(int, tab);
-        QFETCH(QStringList, calls);
-        writeUtilities(utilities(317, true, page, false, true));
-        startPane();
         log_.clear();
-
         pane_->willSelect();
         QCOMPARE(log_, calls);
-        QCOMPARE(tabView()->currentIndex(), tab);
-        QCOMPARE(_currentItemIndex.load(), page);
-        QCOMPARE(readUtilities()->intValue("currentPageIndex"), page);
-        QVERIFY(checkBox()->isChecked());
-        QVERIFY(pane_->statusBarIsShow());
-        if (page == tab) {
+        QCOMPARE(shown(), (QList<bool>{usable, usable, usable, !usable}));
+        QCOMPARE(_currentItemIndex.load(), usable ? page : 0);
+        QCOMPARE(tabView()->currentIndex(), usable && page < 4 ? page : 0);
+        QCOMPARE(readUtilities()->intValue("currentPageIndex"), page);  // the stored page is kept
+        QCOMPARE(checkBox()->isChecked() && pane_->statusBarIsShow(), usable);
+        if (!usable) {
+            QCOMPARE(alert()->text(), localizedText(qPrintable(alertKey)));
+        } else if (page < 4) {
             QCOMPARE(popUp()->currentIndex(), page);
         }
     }
@@ -275,12 +267,33 @@ class ShellTest : public QObject, PaneFixture {
     // raw key ("Page.version") and every control a person can reach has a name.
     void everyPage_data() {
         QTest::addColumn<QLocale>("locale");
-        QTest::newRow("English") << QLocale(QLocale::English);
-        QTest::newRow("German") << QLocale(QLocale::German);
+        QTest::addColumn<QString>("language");
+        QTest::newRow("English") << QLocale(QLocale::English, QLocale::UnitedKingdom) << "en";
+        QTest::newRow("German") << QLocale(QLocale::German, QLocale::Austria) << "de";
     }
     void everyPage() {
         QFETCH(QLocale, locale);
-        installPaneTranslations(locale);
+        QFETCH(QString, language);
+        // English first, so that the locale's tables are searched before it; each table has every
+        // key of the English one, with a text, and lookups give it; an unknown key stays itself.
+        const QStringList installed = installPaneTranslations(locale);
+        QVERIFY(installed.first().endsWith(QStringLiteral("_en.qm")));
+        for (const char *table : {"translations/pane", "properties/translations/properties",
+                                  "hardwareinfo/translations/hardwareinfo"}) {
+            const QString name = QString::fromLatin1(table).section(QLatin1Char('/'), -1);
+            QVERIFY(installed.contains(QStringLiteral(":/i18n/%1_en.qm").arg(name)));
+            QCOMPARE(installed.contains(QStringLiteral(":/i18n/%1_de.qm").arg(name)),
+                     language == QLatin1String("de"));
+            const auto english = readTs(QStringLiteral("%1_en.ts").arg(table));
+            const auto expected = readTs(QStringLiteral("%1_%2.ts").arg(table, language));
+            QVERIFY2(english.size() > 10, table);
+            QCOMPARE(expected.keys(), english.keys());
+            for (auto it = expected.cbegin(); it != expected.cend(); ++it) {
+                QVERIFY2(!it.value().isEmpty(), qPrintable(it.key()));
+                QCOMPARE(localizedText(it.key().toUtf8().constData()), it.value());
+            }
+        }
+        QCOMPARE(localizedText("No.such.key"), QStringLiteral("No.such.key"));
         for (const char *list : {"SupportResolutionList", "DeviceList"}) {
             const QString to =
                 QString::fromStdString(getSystemPreferenceFolderPath()) + "/" + list + ".plist";
@@ -296,7 +309,8 @@ class ShellTest : public QObject, PaneFixture {
         view()->show();
         pane_->mainViewDidLoad();
         pane_->willSelect();
-        QCOMPARE(tabView()->tabText(0), localizedText("Page.calibration"));
+        QCOMPARE(tabView()->tabText(0),
+                 localizedText("Page.calibration"));  // built in the language
 
         QStringList faults;
         int shown = 0;
@@ -351,16 +365,16 @@ class ShellTest : public QObject, PaneFixture {
     // The Version page: the driver version of the connected model, read straight from its file.
     void driverVersion_data() {
         QTest::addColumn<int>("model");
-        QTest::addColumn<QByteArray>("file");  // "none", "defaults", or the file's bytes
+        QTest::addColumn<QByteArray>("file");  // null: none
         QTest::addColumn<QString>("shown");
         const auto plist = [](const char *key, const PlistValue &value) {
             SettingsDict d;
             d.set(key, value);
             return QByteArray::fromStdString(serializePlist(d));
         };
-        QTest::newRow("model 0, no file") << 0 << QByteArray("none") << QString();
-        QTest::newRow("defaults") << 317 << QByteArray("defaults") << "0.8.0.3";
+        QTest::newRow("model 0, no file") << 0 << QByteArray() << QString();
         QTest::newRow("recorded version") << 259 << plist("DriverVersion", "3.1.4.1") << "3.1.4.1";
+        QTest::newRow("not a text") << 317 << plist("DriverVersion", 3) << QString();
         QTest::newRow("no DriverVersion") << 317 << plist("InputMode", 1) << QString();
         QTest::newRow("corrupt file") << 317 << QByteArray("<plist><dict><key>") << QString();
     }
@@ -369,15 +383,10 @@ class ShellTest : public QObject, PaneFixture {
         QFETCH(QByteArray, file);
         QFETCH(QString, shown);
         const QString path = QString::fromStdString(getSettingsFilePath(model));
-        if (file == "defaults") {
-            readSettingItemsFromPlist(path.toStdString());
-        } else if (file != "none") {
-            QFile out(path);
-            QVERIFY(out.open(QIODevice::WriteOnly));
-            out.write(file);
-        }
+        QFile out(path);
+        QVERIFY(file.isNull() || (out.open(QIODevice::WriteOnly) && out.write(file) > 0));
+        out.close();
         gModelType = model;
-
         QWidget page;
         VersionViewCtl controller(&page);
         auto *label = page.findChild<QLabel *>(QStringLiteral("versionText_"));
@@ -385,41 +394,7 @@ class ShellTest : public QObject, PaneFixture {
         label->setText(QStringLiteral("stale"));
         controller.updateUIState();
         QCOMPARE(label->text(), shown);
-        // The page never creates the file.
-        QCOMPARE(QFile::exists(path), file != "none");
-    }
-
-    // Every table has every key of the English one, with a text for each; lookups give the
-    // locale's text, and the key itself when no table has it.
-    void lookups_data() {
-        QTest::addColumn<QLocale>("locale");
-        QTest::addColumn<QString>("language");
-        QTest::newRow("English") << QLocale(QLocale::English, QLocale::UnitedKingdom) << "en";
-        QTest::newRow("German") << QLocale(QLocale::German, QLocale::Austria) << "de";
-    }
-    void lookups() {
-        QFETCH(QLocale, locale);
-        QFETCH(QString, language);
-        const QStringList installed = installPaneTranslations(locale);
-        // English first, so that the locale's tables are searched before it.
-        QVERIFY(installed.first().endsWith(QStringLiteral("_en.qm")));
-        // The shell's tables and those the pages' libraries add.
-        for (const char *table : {"translations/pane", "properties/translations/properties",
-                                  "hardwareinfo/translations/hardwareinfo"}) {
-            const QString name = QString::fromLatin1(table).section(QLatin1Char('/'), -1);
-            QVERIFY(installed.contains(QStringLiteral(":/i18n/%1_en.qm").arg(name)));
-            QCOMPARE(installed.contains(QStringLiteral(":/i18n/%1_de.qm").arg(name)),
-                     language == QLatin1String("de"));
-            const auto english = readTs(QStringLiteral("%1_en.ts").arg(table));
-            const auto expected = readTs(QStringLiteral("%1_%2.ts").arg(table, language));
-            QVERIFY2(english.size() > 10, table);
-            QCOMPARE(expected.keys(), english.keys());
-            for (auto it = expected.cbegin(); it != expected.cend(); ++it) {
-                QVERIFY2(!it.value().isEmpty(), qPrintable(it.key()));
-                QCOMPARE(localizedText(it.key().toUtf8().constData()), it.value());
-            }
-        }
-        QCOMPARE(localizedText("No.such.key"), QStringLiteral("No.such.key"));
+        QCOMPARE(QFile::exists(path), !file.isNull());  // the page never creates the file
     }
 };
 
