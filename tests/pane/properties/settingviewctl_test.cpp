@@ -132,8 +132,9 @@ class SettingViewCtlTest : public QObject {
   private slots:
     void initTestCase() {
         roots_ = std::make_unique<test::TempRoots>();
-        english_ = test::installTranslator(QStringLiteral("en"));
-        QVERIFY2(english_, "the English string table is not linked in");
+        english_ = std::make_unique<QTranslator>();
+        QVERIFY2(english_->load(":/i18n/properties_en.qm"), "the English table is not linked in");
+        QCoreApplication::installTranslator(english_.get());
         QVERIFY(daemon_.start());
         gModelType = kModel;
     }
