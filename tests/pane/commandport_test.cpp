@@ -280,6 +280,8 @@ class CommandPortTest : public QObject, PaneFixture {
         for (const int page : {1, 2, 3}) {
             window.show();
             QVERIFY(sendToPane(bytes(page)) && window.watchers() == others + 1);
+            QCoreApplication::processEvents();
+            QCOMPARE(tabView()->currentIndex(), page - 1);  // held while the window is up
             window.hide();
             QTRY_COMPARE(tabView()->currentIndex(), page);
         }

@@ -214,6 +214,8 @@ class ShellTest : public QObject, PaneFixture {
         log_.clear();
         popUp()->setCurrentIndex(2);
         emit popUp()->activated(2);
+        tabView()->setCurrentIndex(1);
+        QCOMPARE(popUp()->currentIndex(), 2);  // not moved to follow the tab
         QCOMPARE(utilitiesBytes(), before);
         QVERIFY(log_.isEmpty());
         QCOMPARE(_currentItemIndex.load(), 0);
