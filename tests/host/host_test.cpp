@@ -1,5 +1,4 @@
-// tavix-settings as a user or a script runs it: its exit status, its window, and the pane told
-// when that window is shown and when it goes.
+// tavix-settings run as a program: its exit status, its window, the pane selected and unselected.
 #include <QImage>
 #include <QProcess>
 #include <QRegularExpression>

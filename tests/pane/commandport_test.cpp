@@ -1,6 +1,4 @@
-// What reaches the pane from outside: the command port "preferenceCommend" fed by a real peer
-// on the bus, the state monitor (a pass every 20 ms here instead of every second), and the
-// status-bar utility switch.
+// What reaches the pane from outside: its command port, the state monitor, the status-bar switch.
 #include <QAccessible>
 #include <QAccessibleActionInterface>
 #include <QDialog>

@@ -1,5 +1,4 @@
-// Shared pieces of the pane tests: private HOME and Library folders, the shared state file, a pane
-// with recording page controllers, a peer on the bus, and a capture of the pane's syslog lines.
+// Shared pane test pieces: private folders, the state file, recording pages, a bus peer, syslog.
 #pragma once
 
 #include <QAbstractButton>

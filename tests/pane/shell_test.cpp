@@ -1,5 +1,4 @@
-// The pane's life cycle and page navigation, driven through its real widgets with recording
-// page controllers in place of the pages; the Version page and the string tables.
+// The pane's shell: life cycle, page navigation, every page laid out and heard, the string tables.
 #include <QAccessible>
 #include <QDBusConnectionInterface>
 #include <QDBusServiceWatcher>

@@ -1,5 +1,4 @@
-// A clock for tests: time stands still until the test moves it, and timers fire as it passes
-// their deadlines, in deadline order.
+// A test clock: still until moved, firing the timers whose deadlines it passes, in deadline order.
 #pragma once
 
 #include <algorithm>

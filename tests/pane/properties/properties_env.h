@@ -1,4 +1,4 @@
-// Properties page tests: its string tables, a system of any version, a daemon recording commands.
+// Properties page test pieces: a system of any version and a daemon recording commands.
 #pragma once
 
 #include <QByteArray>

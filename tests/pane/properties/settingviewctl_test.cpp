@@ -1,5 +1,4 @@
-// The Properties page driven through its real widgets, with the commands checked byte for byte at
-// a fake daemon on a private session bus.
+// The Properties page through its real widgets, its commands checked byte for byte at a daemon.
 #include <QAccessible>
 #include <QAccessibleActionInterface>
 #include <QCheckBox>

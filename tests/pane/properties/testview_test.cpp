@@ -1,5 +1,4 @@
-// The Properties page's parts: the double-click test areas driven by QTest mouse events and a
-// manual clock, the range field's number rules and the os-release reader.
+// The Properties page's parts: the double-click areas, the range text rules, the os-release name.
 #include <QSignalSpy>
 #include <QtTest/QtTest>
 
