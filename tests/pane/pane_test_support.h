@@ -1,5 +1,4 @@
-// Shared pieces of the pane tests: private HOME and Library folders, the shared state file, a pane
-// with recording page controllers, a peer on the bus, and a capture of the pane's syslog lines.
+// Shared pane test pieces: private folders, the state file, recording pages, a bus peer, syslog.
 #pragma once
 
 #include <QAbstractButton>
@@ -135,12 +134,10 @@ class PaneFixture {
         }
     }
     QWidget *view() { return pane_->loadMainView(); }
-    QTabWidget *tabView() { return view()->findChild<QTabWidget *>(QStringLiteral("tabView_")); }
-    QComboBox *popUp() { return view()->findChild<QComboBox *>(QStringLiteral("tabPopUp_")); }
-    QCheckBox *checkBox() {
-        return view()->findChild<QCheckBox *>(QStringLiteral("statusBarState_"));
-    }
-    QLabel *alert() { return view()->findChild<QLabel *>(QStringLiteral("alertTextField_")); }
+    QTabWidget *tabView() { return view()->findChild<QTabWidget *>("tabView_"); }
+    QComboBox *popUp() { return view()->findChild<QComboBox *>("tabPopUp_"); }
+    QCheckBox *checkBox() { return view()->findChild<QCheckBox *>("statusBarState_"); }
+    QLabel *alert() { return view()->findChild<QLabel *>("alertTextField_"); }
 
     TestEnvironment env_;
     QStringList log_;
@@ -150,14 +147,11 @@ class PaneFixture {
 // What a screen reader can say of each object below `node`: its name and its value.
 inline void collectHeard(QAccessibleInterface *node, QHash<QObject *, QStringList> *heard,
                          int depth = 0) {
-    if (node == nullptr || depth > 64) {
-        return;
-    }
-    if (node->object()) {
+    if (node != nullptr && depth <= 64 && node->object()) {
         heard->insert(node->object(), {node->text(QAccessible::Name).simplified(),
                                        node->text(QAccessible::Value).simplified()});
     }
-    for (int i = 0; i < node->childCount(); ++i) {
+    for (int i = 0; node != nullptr && depth <= 64 && i < node->childCount(); ++i) {
         collectHeard(node->child(i), heard, depth + 1);
     }
 }

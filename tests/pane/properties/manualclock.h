@@ -1,11 +1,12 @@
-// A clock for tests: time stands still until the test moves it, and timers fire as it passes
-// their deadlines, in deadline order.
+// A test clock: still until moved, firing the timers whose deadlines it passes, in deadline order.
 #pragma once
 
 #include <algorithm>
 #include <functional>
 #include <map>
 #include <utility>
+
+#include <QList>
 
 #include "clock.h"
 
@@ -35,10 +36,13 @@ class ManualClock final : public Clock {
         }
         now_ = t;
     }
-    std::size_t pendingTimers() const { return timers_.size(); }
-    // The deadline of the only pending timer, or -1.
-    double onlyDeadline() const {
-        return timers_.size() == 1 ? timers_.begin()->second.deadline : -1.0;
+    // The deadlines of the pending timers, in the order they were started.
+    QList<double> deadlines() const {
+        QList<double> list;
+        for (const auto &[id, timer] : timers_) {
+            list << timer.deadline;
+        }
+        return list;
     }
 
   private:

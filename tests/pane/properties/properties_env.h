@@ -1,11 +1,9 @@
-// Properties page tests: its string tables, a system of any version, a daemon recording commands.
+// Properties page test pieces: a system of any version and a daemon recording commands.
 #pragma once
 
 #include <QByteArray>
-#include <QCoreApplication>
 #include <QDBusConnection>
 #include <QStringList>
-#include <QTranslator>
 
 #include <memory>
 #include <utility>
@@ -17,16 +15,6 @@
 #include "systeminfo.h"
 
 namespace tavix::test {
-
-// Installs the page's string table as the pane's loader does: English first, then a language.
-inline std::unique_ptr<QTranslator> installTranslator(const QString &language) {
-    auto translator = std::make_unique<QTranslator>();
-    if (!translator->load(QStringLiteral(":/i18n/properties_%1.qm").arg(language))) {
-        return nullptr;
-    }
-    QCoreApplication::installTranslator(translator.get());
-    return translator;
-}
 
 class FakeSystemInfo final : public SystemInfo {
   public:

@@ -1,5 +1,4 @@
-// The Properties page's parts: the double-click test areas driven by QTest mouse events and a
-// manual clock, the range field's number rules and the os-release reader.
+// The Properties page's parts: the double-click areas, the range text rules, the os-release name.
 #include <QSignalSpy>
 #include <QtTest/QtTest>
 
@@ -46,51 +45,38 @@ class PropertiesPartsTest : public QObject {
     std::unique_ptr<TestView> view_;
     ManualClock clock_;
 
-    void makeView(qint64 type, QSize size = {200, 200}, double range = 64) {
+    void makeView(qint64 type) {
         view_.reset();
         clock_ = ManualClock();
         view_ = std::make_unique<TestView>();
         view_->setClock(&clock_);
         view_->setViewType(type);
         view_->setTimeInterval(0.5);
-        view_->resize(size);
-        view_->setRange(range);
+        view_->resize(200, 200);
+        view_->setRange(64);
         view_->show();
         QVERIFY(QTest::qWaitForWindowExposed(view_.get()));
         view_->repaint();  // the hit area is what was drawn last
-    }
-    void press(QPoint at, Qt::MouseButton button = Qt::LeftButton) {
-        QTest::mousePress(view_.get(), button, {}, at);
     }
 
   private slots:
     void cleanup() { view_.reset(); }
 
-    // The circle lies in the square at (d, d), d from the width, measured from the lower left;
-    // it is drawn red and thin, or green and thick, and never filled.
-    void circle_data() {
-        QTest::addColumn<QSize>("size");
-        QTest::addColumn<QRectF>("inWidget");
-        QTest::newRow("square view") << QSize(200, 200) << QRectF(68, 68, 64, 64);
-    }
+    // A 200 by 200 view with a range of 64 draws its circle in the middle square of 64, red and
+    // thin, or green and 8 units thick, never filled.
     void circle() {
-        QFETCH(QSize, size);
-        QFETCH(QRectF, inWidget);
-        QCOMPARE(TestView::circleSquare(size, 64), QRectF(68, 68, 64, 64));
-        makeView(TestView::Trial, size);
-        QCOMPARE(view_->path().boundingRect(), inWidget);
-        // The outline's right-most point, 3 units inside it, and the centre.
-        const int y = int(inWidget.center().y());
-        QImage image = view_->grab().toImage();
-        QCOMPARE(image.pixelColor(131, y), QColor(Qt::red));
-        QCOMPARE(image.pixelColor(128, y), QColor(Qt::white));
-        QCOMPARE(image.pixelColor(100, y), QColor(Qt::white));
-        view_->changeDrawType();
-        QCOMPARE(view_->currentDrawType(), 1);
-        image = view_->grab().toImage();
-        QCOMPARE(image.pixelColor(131, y), QColor(Qt::green));
-        QCOMPARE(image.pixelColor(129, y), QColor(Qt::green));  // 8 units wide
-        QCOMPARE(image.pixelColor(100, y), QColor(Qt::white));
+        makeView(TestView::Trial);
+        QCOMPARE(view_->path().boundingRect(), QRectF(68, 68, 64, 64));
+        const QList<QPair<int, QColor>> thin{{131, Qt::red}, {128, Qt::white}, {100, Qt::white}},
+            thick{{131, Qt::green}, {129, Qt::green}, {100, Qt::white}};
+        for (const auto &expected : {thin, thick}) {
+            const QImage image = view_->grab().toImage();
+            for (const auto &[x, colour] : expected) {
+                QCOMPARE(image.pixelColor(x, 100), colour);
+            }
+            view_->changeDrawType();
+        }
+        QCOMPARE(view_->currentDrawType(), 0);
     }
 
     // Every view starts with a 0.5 s window. Speed areas report and store the measured time
@@ -144,7 +130,7 @@ class PropertiesPartsTest : public QObject {
         for (const Step &step : steps) {
             clock_.setNow(step.t);
             if (step.kind == Kind::Press) {
-                press(step.at);
+                QTest::mousePress(view_.get(), Qt::LeftButton, {}, step.at);
             } else if (step.kind == Kind::SecondPress) {  // how a widget gets a second press
                 QTest::mouseDClick(view_.get(), Qt::LeftButton, {}, step.at);
             } else {
@@ -155,71 +141,60 @@ class PropertiesPartsTest : public QObject {
         QCOMPARE(trial.count(), reported && type == TestView::Trial ? 1 : 0);
         QCOMPARE(view_->timeInterval(), interval);
         QCOMPARE(view_->pressCount(), pressesLeft);
-        QCOMPARE(clock_.pendingTimers(), std::size_t(pressesLeft));
+        QCOMPARE(clock_.deadlines().size(), pressesLeft);
     }
 
     // A trial's first press starts a timer of its window (a speed area's 2.0 s shows above).
     void trialTimerFollowsTheWindow() {
         makeView(TestView::Trial);
         view_->setTimeInterval(0.7);
-        press(kCentre);
-        QCOMPARE(clock_.onlyDeadline(), 0.7);
+        QTest::mousePress(view_.get(), Qt::LeftButton, {}, kCentre);
+        QCOMPARE(clock_.deadlines(), QList<double>{0.7});
     }
 
-    void leadingInteger_data() {
+    // The range field's text: the number the page takes from it and whether the formatter lets
+    // it stand (8 to 128, blank allowed).
+    void rangeText_data() {
         QTest::addColumn<QString>("text");
         QTest::addColumn<int>("value");
-        QTest::newRow("negative truncates toward zero") << "-3.7" << -3;
-        QTest::newRow("leading blanks and sign") << "  +12" << 12;
-        QTest::newRow("trailing text") << "12px" << 12;
-        QTest::newRow("exponent") << "1.5e2" << 150;
-        QTest::newRow("inf is not a number") << "inf" << 0;
-        QTest::newRow("saturates high") << "1e30" << std::numeric_limits<int>::max();
-        QTest::newRow("saturates low") << "-99999999999" << std::numeric_limits<int>::min();
-        QTest::newRow("exponent overflow") << "1e999" << std::numeric_limits<int>::max();
-        QTest::newRow("exponent underflow") << "1e-999" << 0;
+        QTest::addColumn<bool>("accepted");
+        const int max = std::numeric_limits<int>::max(), min = std::numeric_limits<int>::min();
+        const std::tuple<const char *, int, bool> rows[] = {
+            {"", 0, true},         {"8", 8, true},         {"128", 128, true},
+            {"7.99", 7, false},    {"128.01", 128, false}, {"45px", 45, false},
+            {"inf", 0, false},     {"-3.7", -3, false},    {" \t+12", 12, true},
+            {"1.5e2", 150, false}, {"1e30", max, false},   {"-99999999999", min, false},
+            {"1e999", max, false}, {"1e-999", 0, false},   {"\n\r-9", -9, false}};
+        for (const auto &[text, value, accepted] : rows) {
+            QTest::newRow(text) << QString::fromLatin1(text) << value << accepted;
+        }
     }
-    void leadingInteger() {
+    void rangeText() {
         QFETCH(QString, text);
         QFETCH(int, value);
-        QCOMPARE(leadingIntegerValue(text), value);
-    }
-
-    void formatter_data() {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<bool>("accepted");
-        QTest::newRow("empty") << "" << true;
-        QTest::newRow("lower bound") << "8" << true;
-        QTest::newRow("upper bound") << "128" << true;
-        QTest::newRow("below") << "7.99" << false;
-        QTest::newRow("above") << "128.01" << false;
-        QTest::newRow("trailing letters") << "45px" << false;
-        QTest::newRow("infinity") << "inf" << false;
-    }
-    void formatter() {
-        QFETCH(QString, text);
         QFETCH(bool, accepted);
+        QCOMPARE(leadingIntegerValue(text), value);
         QCOMPARE(rangeFormatterAccepts(text, SettingViewCtl::kRangeMinimum,
                                        SettingViewCtl::kRangeMaximum),
                  accepted);
     }
 
+    // The system's name from os-release; "Linux" without a usable PRETTY_NAME.
     void prettyName_data() {
         QTest::addColumn<QByteArray>("text");
         QTest::addColumn<QString>("pretty");
-        QTest::newRow("double quotes")
-            << QByteArray("NAME=x\nPRETTY_NAME=\"Debian GNU/Linux 12 (bookworm)\"\n")
-            << "Debian GNU/Linux 12 (bookworm)";
-        QTest::newRow("single quotes")
-            << QByteArray("PRETTY_NAME='Fedora Linux 39'") << "Fedora Linux 39";
-        QTest::newRow("unquoted") << QByteArray("PRETTY_NAME=Arch") << "Arch";
-        QTest::newRow("escapes") << QByteArray("PRETTY_NAME=\"A \\\"B\\\" \\\\ C\"")
-                                 << "A \"B\" \\ C";
-        QTest::newRow("missing key") << QByteArray("NAME=x\nVERSION_ID=1\n") << "Linux";
-        QTest::newRow("other key with same prefix") << QByteArray("PRETTY_NAME_X=no") << "Linux";
-        QTest::newRow("garbage") << QByteArray("\x01\x02=\n=\n\n") << "Linux";
-        QTest::newRow("utf-8") << QByteArray("PRETTY_NAME=\"Gr\xc3\xbc\xc3\x9f\"")
-                               << QString::fromUtf8("Grüß");
+        const std::pair<const char *, const char *> rows[] = {
+            {"NAME=x\nPRETTY_NAME=\"Debian GNU/Linux 12\"\n", "Debian GNU/Linux 12"},
+            {"PRETTY_NAME='Fedora Linux 39'", "Fedora Linux 39"},
+            {"PRETTY_NAME=Arch", "Arch"},
+            {"PRETTY_NAME=\"A \\\"B\\\" \\\\ C\"", "A \"B\" \\ C"},
+            {"NAME=x\nVERSION_ID=1\n", "Linux"},
+            {"PRETTY_NAME_X=no", "Linux"},
+            {"\x01\x02=\n=\n\n", "Linux"},
+            {"PRETTY_NAME=\"Gr\xc3\xbc\xc3\x9f\"", "Gr\xc3\xbc\xc3\x9f"}};
+        for (const auto &[text, pretty] : rows) {
+            QTest::newRow(text) << QByteArray(text) << QString::fromUtf8(pretty);
+        }
     }
     void prettyName() {
         QFETCH(QByteArray, text);
