@@ -139,6 +139,14 @@ class HardwareInformationViewCtlTest : public QObject {
         QTRY_COMPARE(sent("1C"), before + 1);
         QTRY_COMPARE(selfTest()->getHardwareType(), 317);
     }
+    // The text with each "{id}" replaced by its translation.
+    static QString translated(QString text) {
+        static const QRegularExpression id(R"(\{([\w.]+)\})");
+        for (QRegularExpressionMatch m; (m = id.match(text)).hasMatch();) {
+            text.replace(m.capturedStart(), m.capturedLength(), qtTrId(qPrintable(m.captured(1))));
+        }
+        return text;
+    }
     static QStringList verdictRows(const QStringList &rows) {  // "Top|OK" as it is shown
         QStringList out;
         for (const QString &row : rows) {
@@ -228,11 +236,7 @@ class HardwareInformationViewCtlTest : public QObject {
         for (int r = 0; r < 4; ++r) {
             out[12] += find<QRadioButton>(QStringLiteral("rotateMode_%1").arg(r))->text();
         }
-        for (QRegularExpressionMatch m;
-             (m = QRegularExpression(R"(\{([\w.]+)\})").match(shown)).hasMatch();) {
-            shown.replace(m.capturedStart(), m.capturedLength(), qtTrId(qPrintable(m.captured(1))));
-        }
-        QCOMPARE(out.join('|'), shown);
+        QCOMPARE(out.join('|'), translated(shown));
         // The rotation tab shows the file's row as it is when the tab is chosen.
         writeSettings(model, {{"RotateMode", 1}});
         find<QTabWidget>("hardwareInfoTabView_")->setCurrentIndex(1);
@@ -362,9 +366,19 @@ class HardwareInformationViewCtlTest : public QObject {
                    records({{2, 1, 1}, {2, 2, 0}, {2, 9, 17}, {0, 1, 17}, {200, 1, 17}}).mid(1));
         QCOMPARE(rows("LEDTable_"), verdictRows({"Top|ALL", "Left|OK"}));
         QCOMPARE(rows("sensorTable_"), verdictRows({"Top|OK", "Left|Check"}));
-        const QString e = qtTrId("selfTest.E01"), ok = qtTrId("selfTest.OK");
-        QCOMPARE(rows("errTable_").size(), 5);
-        QCOMPARE(rows("errTable_").at(4), QStringList({"Left", "1", ok, "Left", "1", e}).join('|'));
+        const QString ok = qtTrId("selfTest.OK");
+        QCOMPARE(rows("errTable_"),
+                 translated("Top|1|{selfTest.E01}|Top|1|{selfTest.OK},Top|2|{selfTest.E01}|Top|2|"
+                            "{selfTest.OK},Top|3|{selfTest.E01}|Top|3|{selfTest.OK},Top|4|"
+                            "{selfTest.E01}|Top|4|{selfTest.OK},Left|1|{selfTest.OK}|Left|1|"
+                            "{selfTest.E01}")
+                     .split(','));
+        const QString area = qtTrId("selfTest.picture.area"),
+                      failed = qtTrId("selfTest.picture.failed");
+        QCOMPARE(selfTest()->picture()->describe(),
+                 area.arg("Top", qtTrId("selfTest.ALL"), ok) + ' ' + failed.arg("1, 2, 3, 4") +
+                     "; " + area.arg("Left", ok, qtTrId("selfTest.Check")) + ' ' + failed.arg("1") +
+                     "; " + qtTrId("selfTest.picture.untested").arg("Right"));
         auto *errors = find<QTableView>("errTable_");
         errors->selectRow(3);
         QSignalSpy resets(errors->model(), &QAbstractItemModel::modelReset);
