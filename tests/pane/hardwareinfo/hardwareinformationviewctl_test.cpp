@@ -360,31 +360,34 @@ class HardwareInformationViewCtlTest : public QObject {
     void selfTestJudgesInPlace() {
         ctl_->updateUIState();
         startTest();
-        // Runs 1, 2, 0, 200 count four; area 2's point 9 and areas 0 and 200 are skipped.
+        // Areas 1, 2, 0, 200, 1, 2: areas 0 and 200 and area 2's point 9 are skipped; the picture
+        // shows each area's worst run.
         const QByteArray top = records({{1, 1, 0x10}, {1, 2, 0x10}, {1, 3, 0x10}, {1, 4, 0x10}});
-        sendReport(top +
-                   records({{2, 1, 1}, {2, 2, 0}, {2, 9, 17}, {0, 1, 17}, {200, 1, 17}}).mid(1));
-        QCOMPARE(rows("LEDTable_"), verdictRows({"Top|ALL", "Left|OK"}));
-        QCOMPARE(rows("sensorTable_"), verdictRows({"Top|OK", "Left|Check"}));
-        const QString ok = qtTrId("selfTest.OK");
+        sendReport(
+            top +
+            records(
+                {{2, 1, 1}, {2, 2, 0}, {2, 9, 17}, {0, 1, 17}, {200, 1, 17}, {1, 1, 1}, {2, 3, 0}})
+                .mid(1));
+        QCOMPARE(rows("LEDTable_"), verdictRows({"Top|ALL", "Left|OK", "Top|OK", "Left|OK"}));
+        QCOMPARE(rows("sensorTable_"), verdictRows({"Top|OK", "Left|Check", "Top|ALL", "Left|OK"}));
         QCOMPARE(rows("errTable_"),
                  translated("Top|1|{selfTest.E01}|Top|1|{selfTest.OK},Top|2|{selfTest.E01}|Top|2|"
                             "{selfTest.OK},Top|3|{selfTest.E01}|Top|3|{selfTest.OK},Top|4|"
                             "{selfTest.E01}|Top|4|{selfTest.OK},Left|1|{selfTest.OK}|Left|1|"
-                            "{selfTest.E01}")
+                            "{selfTest.E01},Top|1|{selfTest.OK}|Top|1|{selfTest.E01}")
                      .split(','));
-        const QString area = qtTrId("selfTest.picture.area"),
+        const QString area = qtTrId("selfTest.picture.area"), all = qtTrId("selfTest.ALL"),
                       failed = qtTrId("selfTest.picture.failed");
         QCOMPARE(selfTest()->picture()->describe(),
-                 area.arg("Top", qtTrId("selfTest.ALL"), ok) + ' ' + failed.arg("1, 2, 3, 4") +
-                     "; " + area.arg("Left", ok, qtTrId("selfTest.Check")) + ' ' + failed.arg("1") +
-                     "; " + qtTrId("selfTest.picture.untested").arg("Right"));
+                 area.arg("Top", all, all) + ' ' + failed.arg("1, 2, 3, 4, 1") + "; " +
+                     area.arg("Left", qtTrId("selfTest.OK"), qtTrId("selfTest.Check")) + ' ' +
+                     failed.arg("1") + "; " + qtTrId("selfTest.picture.untested").arg("Right"));
         auto *errors = find<QTableView>("errTable_");
         errors->selectRow(3);
         QSignalSpy resets(errors->model(), &QAbstractItemModel::modelReset);
         QSignalSpy added(errors->model(), &QAbstractItemModel::rowsInserted);
         sendReport(records({{3, 2, 0x11}}));
-        QCOMPARE(rows("errTable_").size(), 6);
+        QCOMPARE(rows("errTable_").size(), 7);
         QCOMPARE(resets.count(), 0);
         QCOMPARE(added.count(), 1);
         QCOMPARE(errors->selectionModel()->selectedRows().value(0).row(), 3);
