@@ -182,26 +182,24 @@ class HardwareInformationViewCtlTest : public QObject {
     void shownFromSettingsAndReports_data() {
         QTest::addColumn<int>("model");
         QTest::addColumn<int>("inputMode");
-        QTest::addColumn<bool>("pen");
         QTest::addColumn<QByteArray>("reports");
         QTest::addColumn<QString>("shown");
         QTest::newRow("317 pen")
-            << 317 << 2 << true << QByteArray::fromHex("00de 0634120001026100")
+            << 317 << 2 << QByteArray::fromHex("00de 0634120001026100")
             << "TX-317|9.1.2|{Hardware.InputMode.Pen}|{Hardware.FounctionButton1}|"
                "{Hardware.Disable}|00010010| 1.02a|1234|{selfTest.OK}|#009000|192.0.2.7|000|"
                "0°90°180°270°";
         QTest::newRow("259 mode 3 kept")
-            << 259 << 3 << false << QByteArray::fromHex("007f 06abcd01230161")
+            << 259 << 3 << QByteArray::fromHex("007f 06abcd01230161")
             << "TX-259|9.1.2|(old)|{Hardware.FounctionButton1}|-|00001000|1.23|cdab|"
                "{selfTest.NG}|#ff0000|192.0.2.7|111|0°90°180°270°";
         QTest::newRow("420: no name, no file")
-            << 420 << -1 << true << QByteArray::fromHex("0000 0600000000000000")
+            << 420 << -1 << QByteArray::fromHex("0000 0600000000000000")
             << "||(old)||-|11111111| 0.00|0000|{selfTest.OK}|#009000||111|0°90°180°270°";
     }
     void shownFromSettingsAndReports() {
         QFETCH(int, model);
         QFETCH(int, inputMode);
-        QFETCH(bool, pen);
         QFETCH(QByteArray, reports);
         QFETCH(QString, shown);
         gModelType = model;
@@ -211,31 +209,30 @@ class HardwareInformationViewCtlTest : public QObject {
                                   {"FounctionButton1", true},
                                   {"FounctionButton2", false},
                                   {"InputMode", inputMode},
-                                  {"PenSoftSupport", pen}});
+                                  {"PenSoftSupport", model == 317}});
         }
         find("inputMode_")->setText(QStringLiteral("(old)"));
         ctl_->updateUIState();
         sendReport(reports.left(2));
         sendReport(reports.mid(2));
         QStringList out;
-        for (const char *name :
-             {"modelName_", "driverVersion_", "inputMode_", "funByButton1_", "funByButton2_",
-              "DIPSW", "version_", "checkSum2_", "checkSum1_"}) {
-            out << (name == QByteArray("DIPSW") ? "" : find(name)->isHidden() ? "-" : text(name));
+        for (const char *name : {"modelName_", "driverVersion_", "inputMode_", "funByButton1_",
+                                 "funByButton2_", "version_", "checkSum2_", "checkSum1_"}) {
+            out << (find(name)->isHidden() ? "-" : text(name));
         }
+        QString switches, panels, rows;
         for (int n = 1; n <= 8; ++n) {
-            out[5] += text(QStringLiteral("DIPSW%1_").arg(n));
+            switches += text(QStringLiteral("DIPSW%1_").arg(n));
+            panels +=
+                n > 3 ? ""
+                      : QString::number(
+                            !find<QWidget>(QStringLiteral("serviceModeView%1").arg(n))->isHidden());
+            rows +=
+                n > 4 ? "" : find<QRadioButton>(QStringLiteral("rotateMode_%1").arg(n - 1))->text();
         }
+        out.insert(5, switches);
         out << find("checkSum1_")->palette().color(QPalette::WindowText).name()
-            << find<QComboBox>("IPAddr_")->currentText() << ""
-            << "";
-        for (int n = 1; n <= 3; ++n) {
-            out[11] += QString::number(
-                !find<QWidget>(QStringLiteral("serviceModeView%1").arg(n))->isHidden());
-        }
-        for (int r = 0; r < 4; ++r) {
-            out[12] += find<QRadioButton>(QStringLiteral("rotateMode_%1").arg(r))->text();
-        }
+            << find<QComboBox>("IPAddr_")->currentText() << panels << rows;
         QCOMPARE(out.join('|'), translated(shown));
         // The rotation tab shows the file's row as it is when the tab is chosen.
         writeSettings(model, {{"RotateMode", 1}});
