@@ -6,6 +6,7 @@
 #include "calibration/calibrationviewclt.h"
 #include "calibration/hotkeychord.h"
 #include "calibration/radiomatrix.h"
+#include "overlapping.h"
 #include "pane_test_support.h"
 #include "properties_env.h"
 
@@ -69,21 +70,26 @@ const T &row(const T (&table)[N]) {
     return table[i];
 }
 
-// The page as the settings file and the lists leave it (1920 wide is listed, 1024 is not).
+// The whole page as the settings file and the lists leave it (1920 wide is listed, 1024 is not):
+// each matrix's cells (X/O checked or not, lower case when disabled, "-" when hidden), whether
+// start is usable, and the hot-key buttons with "^" for their prefix.
 const struct State {
     const char *name;
     int model;
     double width;
-    int type, rotate;
-    bool simple, simpleCell;  // the simple type shown; its cell enabled
-    int manualRow;
+    int type, simple, rotate;
+    bool resolutionList;
+    const char *shown;
 } kStates[] = {
-    {"simple", 317, 1920, 0, 0, true, true, 0},
-    {"type 2 on 317", 317, 1920, 2, 0, false, true, 1},
-    {"type 2 on model 42", 42, 1920, 2, 0, false, true, 0},
-    {"RotateMode 1", 317, 1920, 0, 1, false, false, 0},
-    {"RotateMode 2", 317, 1920, 0, 2, true, true, 0},
-    {"resolution not listed", 317, 1024, 0, 0, false, false, 0},
+    {"simple", 317, 1920, 0, 2, 0, true, "XO OOX xo - 0 ^K ^S"},
+    {"type 1 on 317", 317, 1920, 1, 0, 0, true, "OX xoo XO - 1 ^K ^S"},
+    {"type 2 on 317", 317, 1920, 2, 1, 0, true, "OX oxo OX - 1 ^K ^S"},
+    {"type 2 on model 42", 42, 1920, 2, 2, 0, true, "OX oox - X 1 ^K ^S"},
+    {"RotateMode 1", 317, 1920, 0, 2, 1, true, "oX oox XO - 1 ^K ^S"},
+    {"RotateMode 2", 317, 1920, 0, 0, 2, true, "XO XOO xo - 0 ^K ^S"},
+    {"resolution not listed", 317, 1024, 0, 2, 0, true, "oX oox XO - 1 ^K ^S"},
+    {"no resolution list", 317, 1920, 0, 2, 0, false, "oX oox XO - 1 ^K ^S"},
+    {"simple setting with no row", 42, 1920, 0, 7, 0, true, "XO OOO - x 0 ^K ^S"},
 };
 
 // A control ("<matrix>_<row>_<column>" or a button) with "CalibrationType" in the file.
@@ -151,6 +157,25 @@ class CalibrationTest : public QObject, public test::PaneFixture {
     T *w(const QString &name) const {
         T *widget = window_->findChild<T *>(name);
         return widget ? widget : (qFatal("no widget %s", qPrintable(name)), nullptr);
+    }
+    // Each matrix's cells as in kStates ("?" for a cell without a title), start, the key buttons.
+    QString shown() const {
+        QStringList out;
+        for (const char *name : {"calibrationMatrix_", "simpleSetting_", "manualSettingFor317_",
+                                 "manualSettingForOther_"}) {
+            QString cells;
+            for (QRadioButton *cell : w(name)->findChildren<QRadioButton *>()) {
+                const QChar c = cell->isChecked() ? 'X' : 'O';
+                cells += (cell->isEnabled() ? c : c.toLower()) +
+                         QString(cell->text().isEmpty() ? "?" : "");
+            }
+            out << (w(name)->isVisible() ? cells : "-");
+        }
+        out << QString::number(w<QPushButton>("startButton_")->isEnabled());
+        for (const char *button : {"calibrationBtn_", "simpleSwitchBtn_"}) {
+            out << w<QPushButton>(button)->text().replace(localizedText("HotKeyString"), "^");
+        }
+        return out.join(' ');
     }
     void expectSent(const QStringList &expected) {
         test::sendMarker();
@@ -254,33 +279,32 @@ class CalibrationTest : public QObject, public test::PaneFixture {
         QCOMPARE(chordCharacter(Qt::Key_Ampersand, 0, ScanCodes::Unknown, de), "6");
     }
 
-    // Nothing is sent and the file keeps its type.
+    // Nothing is sent, the file keeps its type, and no widget covers another.
     void pageState_data() { rows(kStates); }
     void pageState() {
-        const auto &[name, model, width, type, rotate, simple, simpleCell, manualRow] =
-            row(kStates);
-        SettingsDict file = settings(type, 2, rotate);
+        const State &s = row(kStates);
+        SettingsDict file = settings(s.type, s.simple, s.rotate);
         file.set("CalibrationHotKey", "K");
-        makePage(model, {display("DP-9", width, 1080, 1, 1)}, file);
-        RadioMatrix *manual = w(model == 317 ? "manualSettingFor317_" : "manualSettingForOther_");
-        QCOMPARE(w("calibrationMatrix_")->selectedColumn(), simple ? 0 : 1);
-        QCOMPARE(w("calibrationMatrix_")->cell(0, 0)->isEnabled(), simpleCell);
-        QCOMPARE(w("simpleSetting_")->selectedRow(), 2);
-        QCOMPARE(w("simpleSetting_")->isEnabled(), simple);
-        QVERIFY(manual->isVisible());
-        QCOMPARE(manual->selectedRow(), manualRow);
-        QCOMPARE(manual->isEnabled(), !simple);
-        QCOMPARE(w<QPushButton>("startButton_")->isEnabled(), !simple);
-        QCOMPARE(w<QPushButton>("calibrationBtn_")->text(), localizedText("HotKeyString") + "K");
-        QCOMPARE(w<QPushButton>("simpleSwitchBtn_")->text(), localizedText("HotKeyString") + "S");
+        if (!s.resolutionList) {
+            QFile::remove(QString::fromStdString(getSupportResolutionListFilePath()));
+        }
+        makePage(s.model, {display("DP-9", s.width, 1080, 1, 1)}, file);
+        QCOMPARE(shown(), QString(s.shown));
+        QCOMPARE(test::overlapping(window_.get(), sink_), QStringList{});
         expectSent({});
-        QCOMPARE(readPlistFile(path())->intValue("CalibrationType"), type);
-        // Without the file only the simple setting goes back to row 0.
+        QCOMPARE(readPlistFile(path())->intValue("CalibrationType"), s.type);
+        // Without the file the simple setting goes back to row 0; the type and keys stay.
         QFile::remove(QString::fromStdString(path()));
         ctl_->updateUIState();
-        QCOMPARE(w("simpleSetting_")->selectedRow(), 0);
-        QCOMPARE(w("calibrationMatrix_")->selectedColumn(), simple ? 0 : 1);
-        QCOMPARE(w<QPushButton>("calibrationBtn_")->text(), localizedText("HotKeyString") + "K");
+        const QStringList before = QString(s.shown).split(' '), now = shown().split(' ');
+        QCOMPARE(now[1].toUpper(), "XOO");
+        for (int i : {0, 4, 5, 6}) {
+            QCOMPARE(now[i], before[i]);
+        }
+        // With the file back the page is as it was (a checked simple row is cleared for none).
+        QVERIFY(writePlistFileAtomically(file, path()));
+        ctl_->updateUIState();
+        QCOMPARE(shown(), QString(s.shown));
     }
 
     // Each control sends its command, clicked or driven by a screen reader.
@@ -301,20 +325,6 @@ class CalibrationTest : public QObject, public test::PaneFixture {
             }
             expectSent({c.sent});
         }
-    }
-
-    // A stored simple setting with no row selects none; the rows stay exclusive afterwards.
-    void simpleSettingWithoutRow() {
-        makePage(317, {display("DP-2", 1920, 1080, kVendor, kProduct)}, settings(0, 1, 0));
-        QVERIFY(writePlistFileAtomically(settings(0, 7, 0), path()));
-        ctl_->updateUIState();
-        RadioMatrix *matrix = w("simpleSetting_");
-        QCOMPARE(matrix->selectedRow(), -1);
-        for (int r : {1, 0}) {
-            QTest::mouseClick(matrix->cell(r, 0), Qt::LeftButton, {}, QPoint(6, 6));
-        }
-        QVERIFY(!matrix->cell(1, 0)->isChecked());
-        expectSent({"13 01 00", "13 00 00"});
     }
 
     // Chords reach the page wherever the focus is in its window.
@@ -352,17 +362,12 @@ class CalibrationTest : public QObject, public test::PaneFixture {
         whileModal(
             [&] { QTest::mouseClick(w<QPushButton>(button), Qt::LeftButton); },
             [&] {
-                const QRect pane = window_->geometry();
-                QCOMPARE(win->geometry().topLeft(),
-                         pane.topLeft() + QPoint((pane.width() - win->width()) / 2,
-                                                 (pane.height() - win->height()) / 2));
+                QCOMPARE(win->geometry().center(), window_->geometry().center());
                 QCOMPARE(win->windowTitle(), localizedText(simple ? "HotKey.simple.title"
                                                                   : "HotKey.calibration.title"));
                 auto *keys = win->findChild<QComboBox *>();
                 keys->setCurrentIndex(keys->findText(key));
-                // The buttons sit under the key's menu.
-                QVERIFY(win->findChild<QPushButton *>("hotKeySet")->y() >
-                        keys->geometry().bottom());
+                QCOMPARE(test::overlapping(win), QStringList{});
                 QTimer::singleShot(0, this, [&] {
                     if (auto *box =
                             qobject_cast<QMessageBox *>(QApplication::activeModalWidget())) {

@@ -11,6 +11,7 @@
 #include "hardwareinformationviewctl.h"
 #include "hardwareselftest.h"
 #include "hostaddresses.h"
+#include "overlapping.h"
 #include "pane_test_support.h"
 #include "pointermonitor.h"
 
@@ -39,15 +40,18 @@ QByteArray records(std::initializer_list<std::array<int, 3>> list) {
 void writeDeviceList() {
     QString list = "<plist version=\"1.0\"><array>";
     for (int model : {317, 259}) {
-        list += QString(R"(<dict><key>ModelType</key><integer>%1</integer><key>Name</key>
-<string>TX-%1</string><key>LEDSensorArray</key><array>
-<dict><key>Area</key><string>Top</string><key>Point</key><integer>4</integer>
-<key>Index</key><integer>1</integer></dict>
-<dict><key>Area</key><string>Left</string><key>Point</key><integer>4</integer>
-<key>Index</key><integer>2</integer></dict>
-<dict><key>Area</key><string>Right</string><key>Point</key><integer>4</integer>
-<key>Index</key><integer>3</integer></dict></array></dict>)")
+        list += QString(
+                    "<dict><key>ModelType</key><integer>%1</integer><key>Name</key><string>"
+                    "TX-%1</string><key>LEDSensorArray</key><array>")
                     .arg(model);
+        for (int i : {1, 2, 3}) {
+            list += QString(
+                        "<dict><key>Area</key><string>%1</string><key>Point</key><integer>4"
+                        "</integer><key>Index</key><integer>%2</integer></dict>")
+                        .arg(QStringList{"", "Top", "Left", "Right"}[i])
+                        .arg(i);
+        }
+        list += "</array></dict>";
     }
     list += "<dict><key>ModelType</key><integer>420</integer></dict></array></plist>";
     QVERIFY(writeFileAtomically(getSupportDeviceListFilePath(), list.toStdString()));
@@ -135,6 +139,14 @@ class HardwareInformationViewCtlTest : public QObject {
         QTRY_COMPARE(sent("1C"), before + 1);
         QTRY_COMPARE(selfTest()->getHardwareType(), 317);
     }
+    // The text with each "{id}" replaced by its translation.
+    static QString translated(QString text) {
+        static const QRegularExpression id(R"(\{([\w.]+)\})");
+        for (QRegularExpressionMatch m; (m = id.match(text)).hasMatch();) {
+            text.replace(m.capturedStart(), m.capturedLength(), qtTrId(qPrintable(m.captured(1))));
+        }
+        return text;
+    }
     static QStringList verdictRows(const QStringList &rows) {  // "Top|OK" as it is shown
         QStringList out;
         for (const QString &row : rows) {
@@ -163,78 +175,90 @@ class HardwareInformationViewCtlTest : public QObject {
         daemon_.reset();
     }
 
-    void fieldsFromSettingsAndReports_data() {
+    // What tab 0 shows for the file and the reports, with "{id}" for a translated text: the name,
+    // driver, input mode, buttons ("-" hidden), switches, firmware, verdict and its colour,
+    // address, service panels and the rotation rows. The report bytes are lopsided, so that a
+    // swapped nibble, byte or switch order shows.
+    void shownFromSettingsAndReports_data() {
         QTest::addColumn<int>("model");
         QTest::addColumn<int>("inputMode");
-        QTest::addColumn<bool>("pen");
-        QTest::addColumn<QString>("expectedInputMode");
-        QTest::addColumn<double>("firmwareY");
-        QTest::addColumn<QString>("version");
-        QTest::newRow("317 pen") << 317 << 2 << true << "Pen" << 278.0 << " 1.02a";
-        QTest::newRow("259 mode 3 kept") << 259 << 3 << false << "(old)" << 48.0 << "1.23";
+        QTest::addColumn<QByteArray>("reports");
+        QTest::addColumn<QString>("shown");
+        QTest::newRow("317 pen")
+            << 317 << 2 << QByteArray::fromHex("00de 0634120001026100")
+            << "TX-317|9.1.2|{Hardware.InputMode.Pen}|{Hardware.FounctionButton1}|"
+               "{Hardware.Disable}|00010010| 1.02a|1234|{selfTest.OK}|#009000|192.0.2.7|000|"
+               "0°90°180°270°";
+        QTest::newRow("259 mode 3 kept")
+            << 259 << 3 << QByteArray::fromHex("007f 06abcd01230161")
+            << "TX-259|9.1.2|(old)|{Hardware.FounctionButton1}|-|00001000|1.23|cdab|"
+               "{selfTest.NG}|#ff0000|192.0.2.7|111|0°90°180°270°";
+        QTest::newRow("420: no name, no file")
+            << 420 << -1 << QByteArray::fromHex("0000 0600000000000000")
+            << "||(old)||-|11111111| 0.00|0000|{selfTest.OK}|#009000||111|0°90°180°270°";
     }
-    void fieldsFromSettingsAndReports() {
+    void shownFromSettingsAndReports() {
         QFETCH(int, model);
         QFETCH(int, inputMode);
-        QFETCH(bool, pen);
+        QFETCH(QByteArray, reports);
+        QFETCH(QString, shown);
         gModelType = model;
-        writeSettings(model, {{"RotateMode", 3},
-                              {"DriverVersion", "9.1.2"},
-                              {"FounctionButton1", true},
-                              {"FounctionButton2", false},
-                              {"InputMode", inputMode},
-                              {"PenSoftSupport", pen}});
+        if (inputMode >= 0) {
+            writeSettings(model, {{"RotateMode", 3},
+                                  {"DriverVersion", "9.1.2"},
+                                  {"FounctionButton1", true},
+                                  {"FounctionButton2", false},
+                                  {"InputMode", inputMode},
+                                  {"PenSoftSupport", model == 317}});
+        }
         find("inputMode_")->setText(QStringLiteral("(old)"));
         ctl_->updateUIState();
-        QCOMPARE(text("modelName_"), QStringLiteral("TX-%1").arg(model));
-        QCOMPARE(text("driverVersion_"), QStringLiteral("9.1.2"));
-        for (int r = 0; r < 4; ++r) {
-            QCOMPARE(find<QRadioButton>(QStringLiteral("rotateMode_%1").arg(r))->text(),
-                     QStringLiteral("%1°").arg(r * 90));
+        sendReport(reports.left(2));
+        sendReport(reports.mid(2));
+        QStringList out;
+        for (const char *name : {"modelName_", "driverVersion_", "inputMode_", "funByButton1_",
+                                 "funByButton2_", "version_", "checkSum2_", "checkSum1_"}) {
+            out << (find(name)->isHidden() ? "-" : text(name));
         }
-        QCOMPARE(text("funByButton1_"), qtTrId("Hardware.FounctionButton1"));
-        QCOMPARE(text("funByButton2_"), qtTrId("Hardware.Disable"));
-        QTEST(text("inputMode_"), "expectedInputMode");
-        QTEST(ctl_->firmwareInfoY(), "firmwareY");
-        QCOMPARE(find<QWidget>("serviceModeView2")->isVisible(), model != 317);
-        QCOMPARE(!find("funByButton2Text_")->isHidden(), pen);
-        QCOMPARE(find<QComboBox>("IPAddr_")->currentText(), QStringLiteral("192.0.2.7"));
+        QString switches, panels, rows;
+        for (int n = 1; n <= 8; ++n) {
+            switches += text(QStringLiteral("DIPSW%1_").arg(n));
+            panels +=
+                n > 3 ? ""
+                      : QString::number(
+                            !find<QWidget>(QStringLiteral("serviceModeView%1").arg(n))->isHidden());
+            rows +=
+                n > 4 ? "" : find<QRadioButton>(QStringLiteral("rotateMode_%1").arg(n - 1))->text();
+        }
+        out.insert(5, switches);
+        out << find("checkSum1_")->palette().color(QPalette::WindowText).name()
+            << find<QComboBox>("IPAddr_")->currentText() << panels << rows;
+        QCOMPARE(out.join('|'), translated(shown));
         // The rotation tab shows the file's row as it is when the tab is chosen.
         writeSettings(model, {{"RotateMode", 1}});
         find<QTabWidget>("hardwareInfoTabView_")->setCurrentIndex(1);
         QVERIFY(find<QRadioButton>("rotateMode_1")->isChecked());
         QCOMPARE(text("rotateAngle_"), QStringLiteral("90"));
-
-        sendReport(
-            bytes({6, 0x34, 0x12, 0, model == 259 ? 0x23 : 0x01, model == 259 ? 1 : 2, 'a'}));
-        QTEST(text("version_"), "version");
-        QCOMPARE(text("checkSum2_"), QStringLiteral("1234"));
-        QCOMPARE(text("checkSum1_"), qtTrId("selfTest.OK"));
-        sendReport(bytes({6, 0, 0, 1, 1, 1, 1}));
-        QCOMPARE(text("checkSum1_"), qtTrId("selfTest.NG"));
-        QCOMPARE(find("checkSum1_")->palette().color(QPalette::WindowText), QColor(Qt::red));
-        sendReport(bytes({0, 0xF7}));
         sendReport(bytes({24, 1, 0, 2}));
-        QString switches;
-        for (int n = 1; n <= 8; ++n) {
-            switches += text(QStringLiteral("DIPSW%1_").arg(n));
-        }
-        QCOMPARE(switches, QStringLiteral("10000000"));
         QCOMPARE(text("stateByButtonL_") + text("stateByButton1_") + text("stateByButton2_"),
                  qtTrId("Function.Flag") + "  ");
-        // Each value is heard as itself (its text, no fixed name, so that a change is heard),
-        // labelled by its caption and reached with Tab; a released button is heard as a word.
+        // Every value on every tab is heard as itself (a released button as a word), with no
+        // fixed name, so that a change is heard; each is labelled by its caption and a Tab stop.
         QCOMPARE(
             QAccessible::queryAccessibleInterface(find("stateByButton1_"))->text(QAccessible::Name),
             qtTrId("Hardware.buttonReleased"));
-        for (const char *value : {"modelName_", "driverVersion_", "version_", "checkSum1_",
-                                  "checkSum2_", "DIPSW3_", "inputMode_", "stateByButtonL_",
-                                  "funByButton1_", "rotateAngle_", "mouseCoordinate_"}) {
-            QAccessibleInterface *said = QAccessible::queryAccessibleInterface(find(value));
-            QCOMPARE(said->text(QAccessible::Name), text(value));
-            const bool captioned =
-                value == QByteArray("checkSum1_") || !said->relations(QAccessible::Label).isEmpty();
-            QVERIFY2(captioned && find(value)->accessibleName().isEmpty() &&
+        for (int tab : {2, 1, 0}) {
+            find<QTabWidget>("hardwareInfoTabView_")->setCurrentIndex(tab);
+            QCOMPARE(test::unheardLabels(page_.get()), QStringList{});
+            QCOMPARE(test::overlapping(page_.get()), QStringList{});
+        }
+        for (const char *value :
+             {"modelName_", "driverVersion_", "version_", "checkSum2_", "DIPSW3_", "inputMode_",
+              "stateByButtonL_", "funByButton1_", "rotateAngle_", "mouseCoordinate_"}) {
+            QVERIFY2(!QAccessible::queryAccessibleInterface(find(value))
+                             ->relations(QAccessible::Label)
+                             .isEmpty() &&
+                         find(value)->accessibleName().isEmpty() &&
                          (find(value)->focusPolicy() & Qt::TabFocus),
                      value);
         }
@@ -333,21 +357,34 @@ class HardwareInformationViewCtlTest : public QObject {
     void selfTestJudgesInPlace() {
         ctl_->updateUIState();
         startTest();
-        // Runs 1, 2, 0, 200 count four; area 2's point 9 and areas 0 and 200 are skipped.
+        // Areas 1, 2, 0, 200, 1, 2: areas 0 and 200 and area 2's point 9 are skipped; the picture
+        // shows each area's worst run.
         const QByteArray top = records({{1, 1, 0x10}, {1, 2, 0x10}, {1, 3, 0x10}, {1, 4, 0x10}});
-        sendReport(top +
-                   records({{2, 1, 1}, {2, 2, 0}, {2, 9, 17}, {0, 1, 17}, {200, 1, 17}}).mid(1));
-        QCOMPARE(rows("LEDTable_"), verdictRows({"Top|ALL", "Left|OK"}));
-        QCOMPARE(rows("sensorTable_"), verdictRows({"Top|OK", "Left|Check"}));
-        const QString e = qtTrId("selfTest.E01"), ok = qtTrId("selfTest.OK");
-        QCOMPARE(rows("errTable_").size(), 5);
-        QCOMPARE(rows("errTable_").at(4), QStringList({"Left", "1", ok, "Left", "1", e}).join('|'));
+        sendReport(
+            top +
+            records(
+                {{2, 1, 1}, {2, 2, 0}, {2, 9, 17}, {0, 1, 17}, {200, 1, 17}, {1, 1, 1}, {2, 3, 0}})
+                .mid(1));
+        QCOMPARE(rows("LEDTable_"), verdictRows({"Top|ALL", "Left|OK", "Top|OK", "Left|OK"}));
+        QCOMPARE(rows("sensorTable_"), verdictRows({"Top|OK", "Left|Check", "Top|ALL", "Left|OK"}));
+        QCOMPARE(rows("errTable_"),
+                 translated("Top|1|{selfTest.E01}|Top|1|{selfTest.OK},Top|2|{selfTest.E01}|Top|2|"
+                            "{selfTest.OK},Top|3|{selfTest.E01}|Top|3|{selfTest.OK},Top|4|"
+                            "{selfTest.E01}|Top|4|{selfTest.OK},Left|1|{selfTest.OK}|Left|1|"
+                            "{selfTest.E01},Top|1|{selfTest.OK}|Top|1|{selfTest.E01}")
+                     .split(','));
+        const QString area = qtTrId("selfTest.picture.area"), all = qtTrId("selfTest.ALL"),
+                      failed = qtTrId("selfTest.picture.failed");
+        QCOMPARE(selfTest()->picture()->describe(),
+                 area.arg("Top", all, all) + ' ' + failed.arg("1, 2, 3, 4, 1") + "; " +
+                     area.arg("Left", qtTrId("selfTest.OK"), qtTrId("selfTest.Check")) + ' ' +
+                     failed.arg("1") + "; " + qtTrId("selfTest.picture.untested").arg("Right"));
         auto *errors = find<QTableView>("errTable_");
         errors->selectRow(3);
         QSignalSpy resets(errors->model(), &QAbstractItemModel::modelReset);
         QSignalSpy added(errors->model(), &QAbstractItemModel::rowsInserted);
         sendReport(records({{3, 2, 0x11}}));
-        QCOMPARE(rows("errTable_").size(), 6);
+        QCOMPARE(rows("errTable_").size(), 7);
         QCOMPARE(resets.count(), 0);
         QCOMPARE(added.count(), 1);
         QCOMPARE(errors->selectionModel()->selectedRows().value(0).row(), 3);
@@ -412,18 +449,13 @@ class HardwareInformationViewCtlTest : public QObject {
         QString answer;
         QTimer answering;
         connect(&answering, &QTimer::timeout, this, [&] {
-            auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget());
-            if (!box) {
-                return;
-            }
-            ++alerts;
-            if (answer == "Escape") {
-                QTest::keyClick(box, Qt::Key_Escape);
-            } else if (answer == "close") {
-                box->close();
-            }
-            for (QAbstractButton *b : box->buttons()) {
-                b->text() == qtTrId(qPrintable("Alert.Button." + answer)) ? b->click() : void();
+            if (auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget())) {
+                ++alerts;
+                answer == "Escape" ? QTest::keyClick(box, Qt::Key_Escape) : void();
+                answer == "close" ? void(box->close()) : void();
+                for (QAbstractButton *b : box->buttons()) {
+                    b->text() == qtTrId(qPrintable("Alert.Button." + answer)) ? b->click() : void();
+                }
             }
         });
         answering.start(5);
@@ -510,22 +542,15 @@ class HardwareInformationViewCtlTest : public QObject {
 
     // Interfaces without an IPv4 address are skipped; the menu drops loopback unless alone.
     void addressesFromTheInterfaceList() {
-        sockaddr_in v4[2] = {};
-        const char *dotted[] = {"127.0.0.1", "198.51.100.4"};
-        for (int i = 0; i < 2; ++i) {
-            v4[i].sin_family = AF_INET;
-            QCOMPARE(inet_pton(AF_INET, dotted[i], &v4[i].sin_addr), 1);
-        }
+        sockaddr_in v4[2] = {{AF_INET, 0, {htonl(0x7F000001)}, {}},
+                             {AF_INET, 0, {htonl(0xC6336404)}, {}}};
         sockaddr_in6 v6 = {};
         v6.sin6_family = AF_INET6;
-        ifaddrs e[4] = {};
-        e[0].ifa_addr = reinterpret_cast<sockaddr *>(&v4[0]);
-        e[1].ifa_addr = nullptr;  // e.g. a tunnel without an address
-        e[2].ifa_addr = reinterpret_cast<sockaddr *>(&v6);
-        e[3].ifa_addr = reinterpret_cast<sockaddr *>(&v4[1]);
-        for (int i = 0; i < 3; ++i) {
-            e[i].ifa_next = &e[i + 1];
-        }
+        // The second entry has no address, as a tunnel may not.
+        ifaddrs e[4] = {{&e[1], nullptr, 0, reinterpret_cast<sockaddr *>(&v4[0]), {}, {}, {}},
+                        {&e[2], nullptr, 0, nullptr, {}, {}, {}},
+                        {&e[3], nullptr, 0, reinterpret_cast<sockaddr *>(&v6), {}, {}, {}},
+                        {nullptr, nullptr, 0, reinterpret_cast<sockaddr *>(&v4[1]), {}, {}, {}}};
         QCOMPARE(ipv4AddressesOf(e), (QStringList{"127.0.0.1", "198.51.100.4"}));
         QCOMPARE(ipv4AddressesOf(nullptr), QStringList{});
         const QString lo = "127.0.0.1", a = "10.0.0.2", b = "192.168.1.5";
@@ -538,8 +563,7 @@ class HardwareInformationViewCtlTest : public QObject {
     }
 
 #ifdef TAVIX_PANEL_SIM
-    // Against the simulator and its sample device list, through the report port. Saves each tab
-    // and the picture as hardwareinfo-<tab>-<lang>-<100|200>.png into TAVIX_SCREENSHOT_DIR.
+    // Against the simulator and its sample device list, through the report port.
     void endToEndWithTheSimulator() {
         daemon_.reset();
         QFile::remove(QString::fromStdString(getSupportDeviceListFilePath()));
@@ -554,28 +578,10 @@ class HardwareInformationViewCtlTest : public QObject {
             sim.write(QByteArray(line) + '\n');
             return QTest::qWaitFor([&] { return sim.canReadLine(); }) ? sim.readLine() : "";
         };
-        QTemporaryDir fallback;
-        const QString dir = qEnvironmentVariable("TAVIX_SCREENSHOT_DIR", fallback.path());
-        const QString lang = QLocale().language() == QLocale::German ? "de" : "en";
-        const auto save = [&](QWidget *widget, const char *name) {
-            QCoreApplication::sendPostedEvents();  // pending layout requests first
-            for (int scale : {1, 2}) {
-                QImage image(widget->size() * scale, QImage::Format_RGB32);
-                image.setDevicePixelRatio(scale);
-                image.fill(Qt::black);
-                widget->render(&image);
-                QVERIFY(image.convertToFormat(QImage::Format_Indexed8).colorCount() > 4);
-                QVERIFY(image.save(
-                    QString("%1/hardwareinfo-%2-%3-%4.png").arg(dir, name, lang).arg(scale * 100)));
-            }
-        };
         gModelType = 420;
-        ctl_->setAddressSource([] { return QStringList{"127.0.0.1", "192.0.2.15"}; });
-        ctl_->pointerMonitor()->setPointerSource([] { return QPointF(1283.6, 742.2); });
         ctl_->updateUIState();
         QTRY_COMPARE(text("DIPSW1_"), QStringLiteral("1"));
         QTRY_COMPARE(text("checkSum2_"), QStringLiteral("3c5a"));
-        save(page_.get(), "information");
 
         QSignalSpy shown(selfTest(), &HardwareSelfTest::testShown);
         press(find<QPushButton>("testSelfButton"));
@@ -589,19 +595,10 @@ class HardwareInformationViewCtlTest : public QObject {
         QVERIFY2(said->text(QAccessible::Description).contains(QStringLiteral("40, 41")),
                  qPrintable(said->text(QAccessible::Description)));
 
-        // Every value shown on every tab is heard; button reports come while tab 1 is shown.
-        auto *tabs = find<QTabWidget>("hardwareInfoTabView_");
-        QCOMPARE(test::unheardLabels(page_.get()), QStringList{});
-        tabs->setCurrentIndex(1);
+        // Button reports come while tab 1 is shown.
+        find<QTabWidget>("hardwareInfoTabView_")->setCurrentIndex(1);
         QTRY_COMPARE(text("stateByButtonL_"), qtTrId("Function.Flag"));
         QTRY_COMPARE(text("stateByButton1_"), QStringLiteral(" "));
-        QCOMPARE(test::unheardLabels(page_.get()), QStringList{});
-        save(page_.get(), "rotation");
-        tabs->setCurrentIndex(2);
-        QCOMPARE(test::unheardLabels(page_.get()), QStringList{});
-        save(page_.get(), "selftest");
-        picture->resize(picture->sizeHint() * 1.4);
-        save(picture, "picture");
 
         // Short, unknown and flooding reports change nothing and break nothing.
         for (const char *line : {"short on", "unknown on", "dip 0x7F"}) {
