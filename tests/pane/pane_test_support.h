@@ -6,6 +6,7 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QLabel>
+#include <QLayout>
 #include <QTabWidget>
 #include <QTextDocumentFragment>
 #include <QtDBus/QDBusConnection>
@@ -186,6 +187,63 @@ inline QStringList unheardLabels(QWidget *root) {
         }
     }
     return unheard;
+}
+
+inline bool inLayout(const QLayout *layout, const QWidget *widget) {
+    for (int i = 0; i < layout->count(); ++i) {
+        QLayoutItem *item = layout->itemAt(i);
+        if (item->widget() == widget || (item->layout() && inLayout(item->layout(), widget))) {
+            return true;
+        }
+    }
+    return false;
+}
+
+inline QString nameOf(const QWidget *w) {
+    return (w->objectName().isEmpty() ? QString::fromLatin1(w->metaObject()->className())
+                                      : w->objectName()) +
+           QLatin1Char('@') + w->parentWidget()->objectName();
+}
+
+// Adds to `faults` the widgets of `window`, shown or not, that their parent's layout leaves out,
+// and the visible leaf widgets that overlap one another or reach outside it; returns how many
+// leaves it looked at.
+inline int checkLaidOut(QWidget *window, QStringList *faults) {
+    QList<QWidget *> leaves;
+    for (QWidget *widget : window->findChildren<QWidget *>()) {
+        if (widget->window() != window) {
+            continue;
+        }
+        if (const QLayout *layout = widget->parentWidget()->layout();
+            layout && !inLayout(layout, widget)) {
+            *faults << nameOf(widget) + QStringLiteral(" not in its layout");
+        }
+        const auto children = widget->findChildren<QWidget *>(Qt::FindDirectChildrenOnly);
+        if (widget->isVisible() && !widget->size().isEmpty() &&
+            std::none_of(children.begin(), children.end(),
+                         [](QWidget *c) { return c->isVisible(); })) {
+            leaves << widget;
+        }
+    }
+    const auto area = [window](QWidget *w) { return QRect(w->mapTo(window, QPoint()), w->size()); };
+    for (qsizetype i = 0; i < leaves.size(); ++i) {
+        if (!window->rect().contains(area(leaves[i]))) {
+            *faults << nameOf(leaves[i]) + QStringLiteral(" outside the window");
+        }
+        for (qsizetype j = i + 1; j < leaves.size(); ++j) {
+            if (area(leaves[i]).intersects(area(leaves[j]))) {
+                *faults << nameOf(leaves[i]) + QStringLiteral(" over ") + nameOf(leaves[j]);
+            }
+        }
+    }
+    return int(leaves.size());
+}
+
+// The faults checkLaidOut finds in `window` as it is shown now.
+inline QStringList layoutFaults(QWidget *window) {
+    QStringList faults;
+    checkLaidOut(window, &faults);
+    return faults;
 }
 
 // A second bus connection: messages reach the pane's port as from another program.

@@ -6,7 +6,6 @@
 #include "calibration/calibrationviewclt.h"
 #include "calibration/hotkeychord.h"
 #include "calibration/radiomatrix.h"
-#include "overlapping.h"
 #include "pane_test_support.h"
 #include "properties_env.h"
 
@@ -290,7 +289,6 @@ class CalibrationTest : public QObject, public test::PaneFixture {
         }
         makePage(s.model, {display("DP-9", s.width, 1080, 1, 1)}, file);
         QCOMPARE(shown(), QString(s.shown));
-        QCOMPARE(test::overlapping(window_.get(), sink_), QStringList{});
         expectSent({});
         QCOMPARE(readPlistFile(path())->intValue("CalibrationType"), s.type);
         // Without the file the simple setting goes back to row 0; the type and keys stay.
@@ -367,7 +365,7 @@ class CalibrationTest : public QObject, public test::PaneFixture {
                                                                   : "HotKey.calibration.title"));
                 auto *keys = win->findChild<QComboBox *>();
                 keys->setCurrentIndex(keys->findText(key));
-                QCOMPARE(test::overlapping(win), QStringList{});
+                QCOMPARE(test::layoutFaults(win), QStringList{});
                 QTimer::singleShot(0, this, [&] {
                     if (auto *box =
                             qobject_cast<QMessageBox *>(QApplication::activeModalWidget())) {

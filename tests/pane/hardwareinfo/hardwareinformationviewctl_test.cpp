@@ -11,7 +11,6 @@
 #include "hardwareinformationviewctl.h"
 #include "hardwareselftest.h"
 #include "hostaddresses.h"
-#include "overlapping.h"
 #include "pane_test_support.h"
 #include "pointermonitor.h"
 
@@ -250,7 +249,6 @@ class HardwareInformationViewCtlTest : public QObject {
         for (int tab : {2, 1, 0}) {
             find<QTabWidget>("hardwareInfoTabView_")->setCurrentIndex(tab);
             QCOMPARE(test::unheardLabels(page_.get()), QStringList{});
-            QCOMPARE(test::overlapping(page_.get()), QStringList{});
         }
         for (const char *value :
              {"modelName_", "driverVersion_", "version_", "checkSum2_", "DIPSW3_", "inputMode_",
