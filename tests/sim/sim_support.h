@@ -21,6 +21,22 @@ inline void useShippedFolderName() {
     });
 }
 
+// A device list of model 317 alone, named NAME, with areas "Top" (two points) and "Left" (one).
+inline void writeSmallDeviceList(const std::string &name = "Tavix TX-317") {
+    std::string areas;
+    for (const auto &[label, points] : {std::pair{"Top", 2}, std::pair{"Left", 1}}) {
+        areas += "<dict><key>Area</key><string>" + std::string(label) +
+                 "</string><key>Point</key><integer>" + std::to_string(points) +
+                 "</integer><key>Index</key><integer>" + std::to_string(areas.empty() ? 1 : 2) +
+                 "</integer></dict>";
+    }
+    QVERIFY(writeFileAtomically(getSupportDeviceListFilePath(),
+                                "<?xml version=\"1.0\"?><plist><array><dict><key>ModelType</key>"
+                                "<integer>317</integer><key>Name</key><string>" +
+                                    name + "</string><key>LEDSensorArray</key><array>" + areas +
+                                    "</array></dict></array></plist>"));
+}
+
 #ifdef TAVIX_PANEL_SIM
 // One simulator process: console answers are read line by line; its log lists each command.
 class Sim {

@@ -8,6 +8,7 @@
 #include "atomic_file.h"
 #include "commands.h"
 #include "daemonchannel.h"
+#include "hardware_reports.h"
 #include "settings_store.h"
 #include "sim_support.h"
 
@@ -49,6 +50,37 @@ class SimTest : public QObject {
     void init() { roots_ = std::make_unique<test::TempRoots>(); }
     void cleanup() { roots_.reset(); }
 
+    // Its command line: a bad value ends it with status 2 before it writes anything; the
+    // lowest good values start it.
+    void commandLineOptions() {
+        const std::pair<const char *, bool> rows[] = {
+            {"--model 0", false},
+            {"--reply-delay -1", false},
+            {"--vanish-on 0", false},
+            {"--dip-byte 256", false},
+            {"--firmware 5a3c000124", false},
+            {"--faulty-led 0:1", false},
+            {"--faulty-sensor 1:256", false},
+            {"--faulty-led 1", false},
+            {"--incomplete-runs -1", false},
+            {"--left-out-areas 0", false},
+            {"--folder-name a/b", false},
+            {"--bogus", false},
+            {"extra", false},
+            {"--model 1 --dip-byte 0 --faulty-led 1:0 --faulty-sensor 255:* --incomplete-runs 0 "
+             "--left-out-areas 1 --reply-delay 0 --vanish-on 1 --hardware-type -1",
+             true},
+        };
+        for (const auto &[args, starts] : rows) {
+            roots_ = std::make_unique<test::TempRoots>();
+            Sim sim(*roots_);
+            QVERIFY2(sim.start(args) == starts, args);
+            QVERIFY2(starts || sim.exitCode() == 2, args);
+            QCOMPARE(pathExists(getUilitiesFilePath()), starts);
+        }
+    }
+
+    // A second simulator finds the port owned, writes nothing and leaves the first serving.
     // A second simulator finds the port owned, writes nothing and leaves the first serving.
     void startAnnouncesThePanelAndCreatesItsFiles() {
         Sim sim(*roots_);
@@ -215,6 +247,65 @@ class SimTest : public QObject {
                 QCOMPARE(send(QStringLiteral("20")), QStringLiteral("absent"));
             }
         }
+    }
+
+    // What reaches the Hardware information page's port, byte for byte: a step is a console
+    // line, or ">" and a command in hex with the answer the command gets.
+    void hardwareReportsByteForByte() {
+        test::writeSmallDeviceList();
+        Sim sim(*roots_);
+        QVERIFY(
+            sim.start("--dip-byte 0x7E --firmware 0A0B01020304 --faulty-led 1:2 "
+                      "--faulty-sensor 2:* --incomplete-runs 1 --left-out-areas 1"));
+        test::Recorder page(kHardwareInfoPortName);
+        const struct {
+            const char *step, *answer, *reports;
+        } rows[] = {
+            {">1A", "", "00 7E"},
+            {">1B", "", "06 0A 0B 01 02 03 04"},
+            // Records: area, point, two bytes, LED state << 4 | sensor state, two bytes.
+            {">1C", "3D 01 00 00", "01 02 01 00 00 01 00 00"},  // area 1 left out
+            {">1C", "3D 01 00 00",
+             "01 01 01 00 00 00 00 00 01 02 00 00 10 00 00 02 01 00 00 01 00 00"},
+            {"faults clear", "", ""},
+            {"fault sensor 1:1", "", ""},
+            {"fault led 2:*", "", ""},
+            {"incomplete 1", "", ""},
+            {">1C", "3D 01 00 00", "01 02 01 00 00 10 00 00"},
+            {">1C", "3D 01 00 00",
+             "01 01 01 00 00 01 00 00 01 02 00 00 00 00 00 02 01 00 00 10 00 00"},
+            {"dip 0x81", "", ""},
+            {"firmware 1122334455AA", "", ""},
+            {"unknown on", "", ""},
+            {">1A", "", "63 01 02 03 04 05 06 07|00 81"},
+            {"unknown off", "", ""},
+            {"short on", "", ""},
+            {">1B", "", "06 11 22 33 44 55"},
+            {"short off", "", ""},
+            {"flood 5", "", "00 00|06 11 22 33 44 55 AA|18 00 00 01|01|00 04"},
+            {"buttons 1 0 2", "", ""},
+            {">1E 01", "", "18 01 00 02"},
+            {">1E 00", "", ""},
+            {"buttons cycle", "", ""},
+            {">1E 01", "", "18 01 00 00|18 00 01 00|18 00 00 01|18 00 00 00|18 01 00 00"},
+            {">1E 00", "", ""},
+        };
+        for (const auto &row : rows) {
+            const QString step = QString::fromLatin1(row.step);
+            const qsizetype before = page.messages.size();
+            if (step.startsWith(u'>')) {
+                QCOMPARE(send(step.mid(1)), QLatin1String(row.answer));
+            } else {
+                QVERIFY2(sim.console(step).startsWith(QStringLiteral("ok:")), row.step);
+            }
+            const QString reports = QString::fromLatin1(row.reports);
+            const qsizetype count = reports.isEmpty() ? 0 : reports.count(u'|') + 1;
+            QTRY_COMPARE(page.messages.mid(before, count).join(u'|'), reports);
+        }
+        QVERIFY(sim.console(QStringLiteral("status"))
+                    .startsWith(QStringLiteral("ok: model 317, connected, 12 commands received, "
+                                               "delay 0 ms, answering, vanish on never; 4 "
+                                               "self-test runs, ")));
     }
 };
 

@@ -39,6 +39,26 @@ void press(const StatusBarUtility &u, const char *name) {
     QFAIL(name);
 }
 
+// The calibration items' state, as described at iconToolTipAndMenuFollowTheFiles; a setting
+// of a disabled menu counts as disabled.
+QString menuState(const StatusBarUtility &u) {
+    const auto *menu = u.menu()->findChild<QMenu *>(QStringLiteral("simpleSettingMenu"));
+    QString letters;
+    for (const char *name : {"simpleCalibration", "manualCalibration", "", "simpleSetting0",
+                             "simpleSetting1", "simpleSetting2", " ", "startCalibration"}) {
+        const auto *action =
+            *name > ' ' ? u.menu()->findChild<QAction *>(QLatin1String(name)) : nullptr;
+        const bool enabled =
+            action ? action->isEnabled() && (action->parent() != menu || menu->isEnabled())
+                   : menu->isEnabled();
+        const bool checked = action && action->isChecked();
+        letters += *name == ' ' ? u' '
+                   : enabled    ? (checked ? u'X' : u'o')
+                                : (checked ? u'x' : u'-');
+    }
+    return letters;
+}
+
 }  // namespace
 
 class UtilityTest : public QObject {
@@ -62,33 +82,44 @@ class UtilityTest : public QObject {
     }
     void cleanup() { roots_.reset(); }
 
-    // Changes of the shared state file show at the next poll.
-    void iconAndToolTipFollowTheStateFile() {
+    // Changes of the state file and the model's settings show at the next poll: the state, the
+    // tool tip, one picture per state and the menu's calibration items, one letter each for
+    // simple, manual, the simple setting menu, settings 1-3 and start: "o" usable, "X" usable
+    // and checked, "-" disabled, "x" disabled and checked.
+    void iconToolTipAndMenuFollowTheFiles() {
         writeState(0, true);
         auto u = make();
         QCOMPARE(u->start(), StatusBarUtility::StartResult::Started);
         const struct {
             int model;
             bool driver;
+            int type, row;  // the model's CalibrationType and SimpleCalibrationType
             State state;
-            const char *tip;
+            const char *tip, *menu;
             QLocale::Language language = QLocale::English;
         } rows[] = {
-            {317, true, State::Connected, "Touch panel connected: Tavix TX-317"},
-            {317, false, State::DriverDisabled, "The touch panel driver is disabled"},
-            {999, true, State::Connected, "Touch panel connected: 999"},
-            {0, true, State::NoPanel, "No touch panel connected"},
-            {317, false, State::DriverDisabled, "Der Touch-Panel-Treiber ist deaktiviert",
-             QLocale::German},
+            {317, true, 0, 2, State::Connected, "Touch panel connected: Tavix TX-317", "XooooX -"},
+            {317, true, 2, 1, State::Connected, "Touch panel connected: Tavix TX-317", "oX--x- o"},
+            {317, false, 1, 0, State::DriverDisabled, "The touch panel driver is disabled",
+             "x--x-- -"},
+            {999, true, 1, 0, State::Connected, "Touch panel connected: 999", "oX-x-- o"},
+            {0, true, 1, 1, State::NoPanel, "No touch panel connected", "x--x-- -"},
+            {317, false, 0, 0, State::DriverDisabled, "Der Touch-Panel-Treiber ist deaktiviert",
+             "x--x-- -", QLocale::German},
         };
-        // One picture per state, different for each.
         std::map<State, QImage> pictures;
         for (const auto &row : rows) {
             installUtilityTranslations(QLocale(row.language));
+            SettingsDict settings = settingItemsDefaults();
+            settings.set("CalibrationType", PlistValue(row.type));
+            settings.set("SimpleCalibrationType", PlistValue(row.row));
+            QVERIFY(writePlistFileAtomically(settings, getSettingsFilePath(row.model)));
             writeState(row.model, row.driver);
             QVERIFY(QTest::qWaitFor(
                 [&] { return u->state() == row.state && u->modelType() == row.model; }, 1000));
+            Q_EMIT u->menu()->aboutToShow();
             QCOMPARE(u->trayIcon()->toolTip(), QLatin1String(row.tip));
+            QCOMPARE(menuState(*u), QLatin1String(row.menu));
             const QImage now = u->trayIcon()->icon().pixmap(32).toImage();
             for (const auto &[state, picture] : pictures) {
                 QCOMPARE(picture == now, state == row.state);
@@ -117,6 +148,7 @@ class UtilityTest : public QObject {
             {317, "simpleCalibration", "12 00 00"}, {317, "manualCalibration", "12 01 00"},
             {317, "simpleSetting0", "13 00 00"},    {317, "simpleSetting2", "13 02 00"},
             {259, "startCalibration", "17 00 00"},  {0, "startCalibration", ""},
+            {0, "manualCalibration", ""},
         };
         for (const auto &row : rows) {
             writeState(row.model, true);
@@ -139,6 +171,12 @@ class UtilityTest : public QObject {
         QTRY_COMPARE(window.messages, QStringList{QStringLiteral("03")});
         QCOMPARE(launches_, 1);
         QCOMPARE(readPlistFile(getUilitiesFilePath())->intValue("currentPageIndex"), 2);
+        // A click on the icon opens the stored page; Quit asks the program to end.
+        Q_EMIT u->trayIcon()->activated(QSystemTrayIcon::Trigger);
+        QTRY_COMPARE(window.messages.join(u'|'), QStringLiteral("03|02"));
+        QSignalSpy quit(u.get(), &StatusBarUtility::quitRequested);
+        press(*u, "quit");
+        QCOMPARE(quit.count(), 1);
     }
 
     // The program itself: its help, switched off, a second copy, and the quit request.
