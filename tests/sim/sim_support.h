@@ -23,18 +23,14 @@ inline void useShippedFolderName() {
 
 // A device list of model 317 alone, named NAME, with areas "Top" (two points) and "Left" (one).
 inline void writeSmallDeviceList(const std::string &name = "Tavix TX-317") {
-    std::string areas;
-    for (const auto &[label, points] : {std::pair{"Top", 2}, std::pair{"Left", 1}}) {
-        areas += "<dict><key>Area</key><string>" + std::string(label) +
-                 "</string><key>Point</key><integer>" + std::to_string(points) +
-                 "</integer><key>Index</key><integer>" + std::to_string(areas.empty() ? 1 : 2) +
-                 "</integer></dict>";
-    }
-    QVERIFY(writeFileAtomically(getSupportDeviceListFilePath(),
-                                "<?xml version=\"1.0\"?><plist><array><dict><key>ModelType</key>"
-                                "<integer>317</integer><key>Name</key><string>" +
-                                    name + "</string><key>LEDSensorArray</key><array>" + areas +
-                                    "</array></dict></array></plist>"));
+    QVERIFY(writeFileAtomically(
+        getSupportDeviceListFilePath(),
+        "<plist><array><dict><key>ModelType</key><integer>317</integer><key>Name</key><string>" +
+            name +
+            "</string><key>LEDSensorArray</key><array><dict><key>Area</key><string>Top</string>"
+            "<key>Point</key><integer>2</integer><key>Index</key><integer>1</integer></dict><dict>"
+            "<key>Area</key><string>Left</string><key>Point</key><integer>1</integer><key>Index"
+            "</key><integer>2</integer></dict></array></dict></array></plist>"));
 }
 
 #ifdef TAVIX_PANEL_SIM

@@ -39,22 +39,15 @@ void press(const StatusBarUtility &u, const char *name) {
     QFAIL(name);
 }
 
-// The calibration items' state, as described at iconToolTipAndMenuFollowTheFiles; a setting
-// of a disabled menu counts as disabled.
+// One letter per item of the menu, then of its simple setting menu: "o" usable, "X" usable and
+// checked, "-" disabled, "x" disabled and checked, " " a separator. A disabled menu disables its
+// items.
 QString menuState(const StatusBarUtility &u) {
-    const auto *menu = u.menu()->findChild<QMenu *>(QStringLiteral("simpleSettingMenu"));
+    const auto *sub = u.menu()->findChild<QMenu *>(QStringLiteral("simpleSettingMenu"));
     QString letters;
-    for (const char *name : {"simpleCalibration", "manualCalibration", "", "simpleSetting0",
-                             "simpleSetting1", "simpleSetting2", " ", "startCalibration"}) {
-        const auto *action =
-            *name > ' ' ? u.menu()->findChild<QAction *>(QLatin1String(name)) : nullptr;
-        const bool enabled =
-            action ? action->isEnabled() && (action->parent() != menu || menu->isEnabled())
-                   : menu->isEnabled();
-        const bool checked = action && action->isChecked();
-        letters += *name == ' ' ? u' '
-                   : enabled    ? (checked ? u'X' : u'o')
-                                : (checked ? u'x' : u'-');
+    for (const QAction *a : u.menu()->actions() + sub->actions()) {
+        const bool on = a->isEnabled() && (a->parent() != sub || sub->isEnabled());
+        letters += QLatin1Char(a->isSeparator() ? ' ' : "-xoX"[on * 2 + a->isChecked()]);
     }
     return letters;
 }
@@ -83,9 +76,7 @@ class UtilityTest : public QObject {
     void cleanup() { roots_.reset(); }
 
     // Changes of the state file and the model's settings show at the next poll: the state, the
-    // tool tip, one picture per state and the menu's calibration items, one letter each for
-    // simple, manual, the simple setting menu, settings 1-3 and start: "o" usable, "X" usable
-    // and checked, "-" disabled, "x" disabled and checked.
+    // tool tip, one picture per state, and the menu (see menuState).
     void iconToolTipAndMenuFollowTheFiles() {
         writeState(0, true);
         auto u = make();
@@ -98,14 +89,16 @@ class UtilityTest : public QObject {
             const char *tip, *menu;
             QLocale::Language language = QLocale::English;
         } rows[] = {
-            {317, true, 0, 2, State::Connected, "Touch panel connected: Tavix TX-317", "XooooX -"},
-            {317, true, 2, 1, State::Connected, "Touch panel connected: Tavix TX-317", "oX--x- o"},
+            {317, true, 0, 2, State::Connected, "Touch panel connected: Tavix TX-317",
+             "oooo Xoo- oooX"},
+            {317, true, 2, 1, State::Connected, "Touch panel connected: Tavix TX-317",
+             "oooo o-Xo o-x-"},
             {317, false, 1, 0, State::DriverDisabled, "The touch panel driver is disabled",
-             "x--x-- -"},
-            {999, true, 1, 0, State::Connected, "Touch panel connected: 999", "oX-x-- o"},
-            {0, true, 1, 1, State::NoPanel, "No touch panel connected", "x--x-- -"},
+             "oooo x--- ox--"},
+            {999, true, 1, 0, State::Connected, "Touch panel connected: 999", "oooo o-Xo ox--"},
+            {0, true, 1, 1, State::NoPanel, "No touch panel connected", "oooo x--- ox--"},
             {317, false, 0, 0, State::DriverDisabled, "Der Touch-Panel-Treiber ist deaktiviert",
-             "x--x-- -", QLocale::German},
+             "oooo x--- ox--", QLocale::German},
         };
         std::map<State, QImage> pictures;
         for (const auto &row : rows) {
