@@ -55,6 +55,15 @@ class Sim {
         process.write((line + QLatin1Char('\n')).toUtf8());
         return nextLine();
     }
+    // Sends console lines ("; " between them); true when each is answered "ok: ...".
+    bool ok(const QString &lines) {
+        for (const QString &line : lines.split(QStringLiteral("; "))) {
+            if (!console(line).startsWith(QStringLiteral("ok:"))) {
+                return false;
+            }
+        }
+        return true;
+    }
     QStringList log() const {
         return QString::fromStdString(readSmallFile(log_.toStdString(), 1 << 20).value_or(""))
             .split(u'\n', Qt::SkipEmptyParts);

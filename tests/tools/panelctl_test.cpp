@@ -104,32 +104,30 @@ class PanelCtlTest : public QObject {
         QVERIFY(
             sim.start("--dip-byte 0xF7 --firmware 341200230141 --faulty-led 1:2 "
                       "--faulty-led 2:* --faulty-sensor 2:1"));
+        // Settings, calibration and hot keys ("LINE|BYTES", ";" between them), in an order in
+        // which each changes what the driver records; the hot keys are stored as the
+        // Calibration page stores them. "get" then reads back what was recorded.
+        const QString sets = QStringLiteral(
+            "set range 8|01 08 00;set range 128|01 80 00;"
+            "set speed 0.75|02 00 00 00 00 00 00 E8 3F;set swipe off|08 00 00;"
+            "set two-finger-rotation off|09 00 00;set pinch off|0B 00 00;"
+            "set button1 off|0D 00 00;set button2 on|0E 01 00;set input-mode pen|0F 02 00;"
+            "set resolution-notice off|10 00 00;set eraser-area off|11 00 00;"
+            "set simple-setting 2|13 02 00;set rotation 270|15 03 00;"
+            "set calibration-type simple|12 00 00;hotkey calibration k|18 4B;"
+            "hotkey simple 7|19 37");
+        for (const QString &set : sets.split(u';')) {
+            const QList<QByteArray> parts = set.toUtf8().split('|');
+            checkRow({parts[0].constData(), 0, parts[1].constData(), ""}, &sim);
+        }
         const Row rows[] = {
-            {"set range 8", 0, "01 08 00", ""},
-            {"get range", 0, "", "8\n"},
-            {"set range 128", 0, "01 80 00", ""},
-            {"set speed 0.75", 0, "02 00 00 00 00 00 00 E8 3F", ""},
-            {"set swipe off", 0, "08 00 00", ""},
-            {"set two-finger-rotation off", 0, "09 00 00", ""},
-            {"set pinch off", 0, "0B 00 00", ""},
-            {"set button1 off", 0, "0D 00 00", ""},
-            {"set button2 on", 0, "0E 01 00", ""},
-            {"set input-mode pen", 0, "0F 02 00", ""},
-            {"set resolution-notice off", 0, "10 00 00", ""},
-            {"set eraser-area off", 0, "11 00 00", ""},
-            {"set simple-setting 2", 0, "13 02 00", ""},
-            {"set rotation 270", 0, "15 03 00", ""},
             {"calibrate start --second", 0, "1F 00 00", ""},
             {"get calibration-type", 0, "", "2\n"},  // the second manual calibration, 317 only
             {"calibrate start", 0, "17 00 00", ""},
-            {"set calibration-type simple", 0, "12 00 00", ""},
-            // The tool stores the hot keys as the Calibration page does.
-            {"hotkey calibration k", 0, "18 4B", ""},
-            {"hotkey simple 7", 0, "19 37", ""},
             {"get", 0, "",
              "range: 128\nspeed: 0.75\nswipe: off\npinch: off\ntwo-finger-rotation: off\n"
              "button1: off\nbutton2: on\ninput-mode: pen\nresolution-notice: off\n"
-             "eraser-area: off\ncalibration-type: simple\nsimple-setting: 2\nrotation: 270\n"
+             "eraser-area: off\ncalibration-type: manual\nsimple-setting: 2\nrotation: 270\n"
              "calibration-hotkey: K\nsimple-hotkey: 7\n"},
             {"get speed --json", 0, "", "{\"speed\":0.75}\n"},
             {"dip", 0, "1A", "DIP switches 1-8: 1 0 0 0 0 0 0 0\n"},
@@ -220,20 +218,19 @@ class PanelCtlTest : public QObject {
                                     "{\"model\":317,\"settings\":{\"range\":40}}"));
         const QByteArray apply = ("apply " + profile).toUtf8();
         const QByteArray report = ("report --json " + profile).toUtf8();
-        const Row withoutDaemon[] = {
-            {"set range 40", 3, "", none},
-            {"calibrate start", 3, "", none},
-            {"hotkey calibration Q", 3, "", none},
-            {"dip", 3, "", none},
-            {"firmware", 3, "", none},
-            {"selftest", 3, "", none},
-            {report.constData(), 3, "", none},
-            {apply.constData(), 3, "", none},
-        };
         const auto stored = readPlistFile(getSettingsFilePath(317));
-        for (const Row &row : withoutDaemon) {
-            checkRow(row, nullptr);
+        for (const QByteArray &line :
+             {QByteArray("set range 40"), QByteArray("calibrate start"),
+              QByteArray("hotkey calibration Q"), QByteArray("dip"), QByteArray("firmware"),
+              QByteArray("selftest"), report, apply}) {
+            checkRow({line.constData(), 3, "", none}, nullptr);
         }
+        checkRow({"metrics", 0, "",
+                  "tavix_daemon_up 0\ntavix_panel_connected 1\ntavix_driver_enabled 1\n"
+                  "tavix_panel_info{model=\"317\",name=\"Tavix \\\"TX\\\"\\n\\\\317\","
+                  "driver_version=\"0.8.0.3\"} 1\ntavix_panel_rotation_degrees 0\n"
+                  "tavix_metrics_errors 0\n"},
+                 nullptr);
         QCOMPARE(readPlistFile(getSettingsFilePath(317)), stored);  // the hot key was not stored
         QVERIFY(
             runTool(QStringLiteral("status")).out.contains(QStringLiteral("daemon: not running")));
@@ -258,7 +255,7 @@ class PanelCtlTest : public QObject {
 
         Sim sim(*roots_);
         QVERIFY(sim.start());
-        QVERIFY(sim.console(QStringLiteral("disconnect")).startsWith(QStringLiteral("ok:")));
+        QVERIFY(sim.ok(QStringLiteral("disconnect")));
         const QByteArray statusJson =
             "{\"daemonRunning\":true,\"driverEnabled\":true,\"model\":0,\"modelName\":null,"
             "\"page\":2,\"settings\":{},\"settingsFile\":null}\n";
@@ -289,7 +286,7 @@ class PanelCtlTest : public QObject {
         QCOMPARE(readPlistFile(getSettingsFilePath(317))->intValue("DoubleClickRange"), 99);
         QCOMPARE(readPlistFile(getUilitiesFilePath())->intValue("currentPageIndex"), 1);
 
-        QVERIFY(sim.console(QStringLiteral("vanish 1")).startsWith(QStringLiteral("ok:")));
+        QVERIFY(sim.ok(QStringLiteral("vanish 1")));
         checkRow({"set range 40", 4, "01 28 00", "no reply"}, &sim);
     }
 
@@ -306,9 +303,9 @@ class PanelCtlTest : public QObject {
         QCOMPARE(repeated[QStringLiteral("missingAreas")].toInt(), 1);
         QCOMPARE(repeated[QStringLiteral("areas")][0][QStringLiteral("tested")].toInt(), 2);
         QVERIFY(sim.console(QStringLiteral("status")).contains(QStringLiteral("; 10 self-test")));
-        QVERIFY(sim.console(QStringLiteral("short on")).startsWith(QStringLiteral("ok:")));
+        QVERIFY(sim.ok(QStringLiteral("short on")));
         checkRow({"dip --timeout 100", 4, "1A", "no report from the driver daemon in time"}, &sim);
-        QVERIFY(sim.console(QStringLiteral("short off")).startsWith(QStringLiteral("ok:")));
+        QVERIFY(sim.ok(QStringLiteral("short off")));
         checkRow({"dip", 0, "1A", "DIP switches 1-8: 1 0 0 1 0 0 0 0\n"}, &sim);
         // The settings window's Hardware information page holds the report port.
         auto window =
@@ -322,7 +319,7 @@ class PanelCtlTest : public QObject {
             "tavix_panel_rotation_degrees 0\ntavix_metrics_errors 2\n";
         checkRow({"metrics", 0, "", partial}, &sim);
         window.reset();
-        QVERIFY(sim.console(QStringLiteral("noreply on")).startsWith(QStringLiteral("ok:")));
+        QVERIFY(sim.ok(QStringLiteral("noreply on")));
         checkRow({"metrics --timeout 200", 0, "1A|1B", partial}, &sim);
     }
 
