@@ -327,58 +327,58 @@ class PanelCtlTest : public QObject {
     void profilesApplyOnlyWhatDiffers() {
         Sim sim(*roots_);
         QVERIFY(sim.start());
-        const char *differ =
-            "{\"model\":317,\"settings\":{\"range\":40,\"swipe\":false},\"hotkeys\":{"
-            "\"calibration\":\"K\"}}";
+        const char *differ = R"({"model":317,"settings":{"range":40,"swipe":false},)"
+                             R"("hotkeys":{"calibration":"K"}})";
         const char *changes = "range: 32 -> 40\nswipe: on -> off\ncalibration-hotkey: C -> K\n";
-        const char *other = "{\"model\":259,\"settings\":{\"range\":50}}";
-        const struct {
-            const char *profile, *options;
-            Row row;
-        } rows[] = {
-            {differ, "--check", {"", 5, "", changes}},
-            {differ, "", {"", 0, "01 28 00|08 00 00|18 4B", changes}},
-            {differ, "", {"", 0, "", ""}},  // the second time nothing differs
-            {differ, "--check", {"", 0, "", ""}},
-            {other, "", {"", 2, "", "profile is for model 259"}},
-            {other, "--check --any-model", {"", 5, "", "range: 40 -> 50\n"}},
-            {"{\"model\":317,\"settings\":{\"range\":50,\"speed\":1.5}}", "", {"", 2, "", "speed"}},
-            {"{\"model\":317,\"settings\":{\"range\":7}}", "", {"", 2, "", "from 8 to 128"}},
-            {"{\"model\":317,\"settings\":{\"swipe\":\"on\"}}", "", {"", 2, "", "on, off"}},
-            {"{\"model\":317,\"settings\":{\"volume\":3}}", "", {"", 2, "", "setting \"volume\""}},
-            {"{\"model\":317,\"settings\":5}", "", {"", 2, "", "must be an object"}},
-            {"{\"model\":317,\"colour\":1}", "", {"", 2, "", "unknown key \"colour\""}},
-            {"{\"model\":317,\"hotkeys\":{\"pen\":\"A\"}}", "", {"", 2, "", "unknown hot key"}},
-            {"{\"model\":317,\"hotkeys\":{\"simple\":\"K\"}}", "", {"", 2, "", "must differ"}},
-            {"{\"settings\":{\"range\":50}}", "", {"", 2, "", "no whole-number \"model\""}},
-            {"{\"model\":317,", "", {"", 2, "", "not a profile"}},
+        const char *other = R"({"model":259,"settings":{"range":50}})";
+        // Each profile with the options that go with it, as a row.
+        const std::pair<const char *, Row> rows[] = {
+            {differ, {"--check", 5, "", changes}},
+            {differ, {"", 0, "01 28 00|08 00 00|18 4B", changes}},
+            {differ, {"", 0, "", ""}},  // the second time nothing differs
+            {differ, {"--check", 0, "", ""}},
+            {other, {"", 2, "", "profile is for model 259"}},
+            {other, {"--check --any-model", 5, "", "range: 40 -> 50\n"}},
             // Swapped hot keys: the pair differs in the end, so both are sent.
-            {"{\"model\":317,\"hotkeys\":{\"simple\":\"K\",\"calibration\":\"S\"}}",
-             "",
+            {R"({"model":317,"hotkeys":{"simple":"K","calibration":"S"}})",
              {"", 0, "18 53|19 4B", "calibration-hotkey: K -> S\nsimple-hotkey: S -> K\n"}},
         };
+        // Refusals ("PROFILE|part of the error", ";" between them): nothing is sent, even when
+        // other entries are good.
+        const QString refused = QStringLiteral(
+            R"({"model":317,"settings":{"range":50,"speed":1.5}}|speed;)"
+            R"({"model":317,"settings":{"range":7}}|from 8 to 128;)"
+            R"({"model":317,"settings":{"swipe":"on"}}|on, off;)"
+            R"({"model":317,"settings":{"volume":3}}|setting "volume";)"
+            R"({"model":317,"settings":5}|must be an object;{"model":317,"colour":1}|key "colour";)"
+            R"({"model":317,"hotkeys":{"pen":"A"}}|unknown hot key;)"
+            R"({"model":317,"hotkeys":{"simple":"S"}}|must differ;)"
+            R"({"settings":{"range":50}}|no whole-number "model";{"model":317,|not a profile)");
         const QString file = roots_->path(QStringLiteral("profile.json"));
-        for (const auto &[profile, options, row] : rows) {
-            QVERIFY(writeFileAtomically(file.toStdString(), profile));
-            const QByteArray line =
-                QStringLiteral("apply %1 %2").arg(file, QLatin1String(options)).toUtf8();
-            checkRow({line.constData(), row.exit, row.bytes, row.text}, &sim);
+        const auto apply = [&](const QByteArray &profile, Row row) {
+            QVERIFY(writeFileAtomically(file.toStdString(), profile.toStdString()));
+            const QByteArray line = ("apply " + file + " " + row.line).toUtf8();
+            row.line = line.constData();
+            checkRow(row, &sim);
+        };
+        for (const auto &[profile, row] : rows) {
+            apply(profile, row);
         }
-        // The hot keys are stored where the Calibration page reads them; what export writes,
-        // apply takes back without a change.
-        const auto stored = readPlistFile(getSettingsFilePath(317));
-        QCOMPARE(stored->stringValue("CalibrationHotKey"), std::string("S"));
-        QCOMPARE(stored->stringValue("SimpleHotKey"), std::string("K"));
+        for (const QString &refusal : refused.split(u';')) {
+            const QByteArray text = refusal.section(u'|', 1).toUtf8();
+            apply(refusal.section(u'|', 0, 0).toUtf8(), {"", 2, "", text.constData()});
+        }
+        // What export writes, apply takes back without a change; the hot keys are where the
+        // Calibration page reads them.
         QCOMPARE(runTool(QStringLiteral("export --output ") + file).exit, 0);
         QCOMPARE(runTool(QStringLiteral("apply --check ") + file).exit, 0);
         QCOMPARE(readJson(file),
                  QJsonDocument::fromJson(
-                     "{\"model\":317,\"hotkeys\":{\"calibration\":\"S\",\"simple\":\"K\"},"
-                     "\"settings\":{\"range\":40,\"speed\":0.5,\"swipe\":false,\"pinch\":true,"
-                     "\"two-finger-rotation\":true,\"button1\":true,\"button2\":true,"
-                     "\"input-mode\":\"standard\",\"resolution-notice\":true,\"eraser-area\":"
-                     "true,\"calibration-type\":\"simple\",\"simple-setting\":0,\"rotation\":"
-                     "\"0\"}}")
+                     R"({"model":317,"hotkeys":{"calibration":"S","simple":"K"},"settings":{
+                     "range":40,"speed":0.5,"swipe":false,"pinch":true,"two-finger-rotation":true,
+                     "button1":true,"button2":true,"input-mode":"standard","resolution-notice":true,
+                     "eraser-area":true,"calibration-type":"simple","simple-setting":0,
+                     "rotation":"0"}})")
                      .object());
     }
 };
