@@ -1,5 +1,4 @@
-// The command channel against a simulator that comes, hangs and dies: presence follows the bus
-// without a lookup per command; a daemon killed mid-request fails every pending request.
+// The command channel as the simulated daemon comes, hangs and dies: presence, no waits, failures.
 #include <QtTest/QtTest>
 
 #include <signal.h>

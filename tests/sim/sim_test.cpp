@@ -1,5 +1,4 @@
-// The panel simulator as a process on a private bus with temporary folders: the files it
-// writes on start, its console commands towards the pane, and its faults.
+// The panel simulator as a process: files it writes, console, replies and reports, faults.
 #include <QtTest/QtTest>
 
 #include <memory>
@@ -21,8 +20,7 @@ SettingsDict readDict(const std::string &path) {
     return readPlistFile(path).value_or(SettingsDict());
 }
 
-// Sends the command given in hex: the reply in hex when answered within half a second,
-// "unanswered", or "absent" when no daemon owns the port.
+// Sends a command in hex: the reply in hex, "unanswered" (in 0.5 s), or "absent" (no daemon).
 QString send(const QString &hex) {
     const auto daemon = RemoteMessagePort::lookup(QString::fromLatin1(kDaemonPortName));
     if (!daemon) {
@@ -50,8 +48,7 @@ class SimTest : public QObject {
     void init() { roots_ = std::make_unique<test::TempRoots>(); }
     void cleanup() { roots_.reset(); }
 
-    // Its command line: a bad value ends it with status 2 before it writes anything; the
-    // lowest good values (the last line) start it.
+    // A bad option value ends it with status 2, nothing written; the lowest good values start it.
     void commandLineOptions() {
         const QString lowest = QStringLiteral(
             "--model 1 --dip-byte 0 --faulty-led 1:0 --faulty-sensor 255:* --incomplete-runs 0 "
@@ -126,9 +123,8 @@ class SimTest : public QObject {
         QVERIFY(pathExists(getSupportResolutionListFilePath()));
     }
 
-    // One simulator through every console command: the pane hears each code after the state
-    // file says so (heard: code/model and + or - for the driver); refused lines change nothing
-    // and tell the pane nothing.
+    // The pane hears each code after the state file says so (code/model, driver + or -); refused
+    // lines change nothing and tell the pane nothing.
     void consoleCommandsActAsTheDriverSide() {
         Sim sim(*roots_);
         QVERIFY(sim.start());
@@ -212,8 +208,7 @@ class SimTest : public QObject {
         }
     }
 
-    // What reaches the Hardware information page's port, byte for byte: a step is a console
-    // line, or ">" and a command in hex with the answer the command gets.
+    // Reports byte for byte; a step: console lines, or ">" and a command in hex with its answer.
     void hardwareReportsByteForByte() {
         test::writeSmallDeviceList();
         Sim sim(*roots_);

@@ -1,5 +1,4 @@
-// tavix-panelctl as a process on a private bus: each command's exit status, output and the bytes
-// the panel simulator receives, with a panel, with none connected, and without a daemon.
+// tavix-panelctl's exit status, output and bytes sent: with a panel, with none, with no daemon.
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -35,11 +34,9 @@ Outcome runTool(const QString &line) {
             QString::fromUtf8(tool.readAllStandardError())};
 }
 
-// A row: the command line, its exit status, the bytes the simulator receives ("|" between
-// commands) and the whole standard output (status 0, or 5 from apply --check), or part of the
-// one error line, the only one. Metrics must satisfy promtool; their "# " lines and the self-test's
-// time
-// ("T") are left out of the comparison.
+// A row: the command line, exit status, bytes the simulator receives ("|" between commands),
+// and the whole output (status 0, or 5 from apply --check) or part of the one error line.
+// Metrics must pass promtool; their "# " lines and the self-test's time ("T") are not compared.
 struct Row {
     const char *line;
     int exit;
@@ -96,17 +93,14 @@ class PanelCtlTest : public QObject {
     void init() { roots_ = std::make_unique<test::TempRoots>(); }
     void cleanup() { roots_.reset(); }
 
-    // The bytes of each setting, and what the driver recorded as the tool reads it back; then
-    // refusals, with part of their one error line, which send nothing.
+    // With a panel: the bytes each command sends, what the driver recorded, and refusals.
     void commandsSendTheirBytesAndTheDriverRecordsThem() {
         test::writeSmallDeviceList();
         Sim sim(*roots_);
         QVERIFY(
             sim.start("--dip-byte 0xF7 --firmware 341200230141 --faulty-led 1:2 "
                       "--faulty-led 2:* --faulty-sensor 2:1"));
-        // Settings, calibration and hot keys ("LINE|BYTES", ";" between them), in an order in
-        // which each changes what the driver records; the hot keys are stored as the
-        // Calibration page stores them. "get" then reads back what was recorded.
+        // "LINE|BYTES", ";" between them; each changes a setting, "get" then reads all back.
         const QString sets = QStringLiteral(
             "set range 8|01 08 00;set range 128|01 80 00;"
             "set speed 0.75|02 00 00 00 00 00 00 E8 3F;set swipe off|08 00 00;"
@@ -254,8 +248,7 @@ class PanelCtlTest : public QObject {
                                 "Settings_317.plist DoubleClickRange: 32 -> 99\n"));
 
         Sim sim(*roots_);
-        QVERIFY(sim.start());
-        QVERIFY(sim.ok(QStringLiteral("disconnect")));
+        QVERIFY(sim.start("--incomplete-runs 20 --unknown-reports") && sim.ok("disconnect"));
         const QByteArray statusJson =
             "{\"daemonRunning\":true,\"driverEnabled\":true,\"model\":0,\"modelName\":null,"
             "\"page\":2,\"settings\":{},\"settingsFile\":null}\n";
@@ -286,16 +279,9 @@ class PanelCtlTest : public QObject {
         QCOMPARE(readPlistFile(getSettingsFilePath(317))->intValue("DoubleClickRange"), 99);
         QCOMPARE(readPlistFile(getUilitiesFilePath())->intValue("currentPageIndex"), 1);
 
-        QVERIFY(sim.ok(QStringLiteral("vanish 1")));
-        checkRow({"set range 40", 4, "01 28 00", "no reply"}, &sim);
-    }
-
-    // Reports the tool waits for: a self-test run that misses areas is repeated, ten runs in
-    // all; other report types are passed over; reports too short for their layout are ignored.
-    void hardwareReportsAreAwaited() {
-        test::writeSmallDeviceList();
-        Sim sim(*roots_);
-        QVERIFY(sim.start("--incomplete-runs 20 --unknown-reports"));
+        // Reports the tool waits for: a self-test run that misses areas is repeated, ten runs in
+        // all; other report types are passed over; reports too short for their layout ignored.
+        QVERIFY(sim.ok(QStringLiteral("connect")));
         const QJsonObject repeated =
             QJsonDocument::fromJson(
                 runTool(QStringLiteral("selftest --json --timeout 250")).out.toUtf8())
@@ -315,12 +301,15 @@ class PanelCtlTest : public QObject {
         // Metrics count each answer that did not come, and still describe the panel.
         const char *partial =
             "tavix_daemon_up 1\ntavix_panel_connected 1\ntavix_driver_enabled 1\n"
-            "tavix_panel_info{model=\"317\",name=\"Tavix TX-317\",driver_version=\"0.8.0.3\"} 1\n"
+            "tavix_panel_info{model=\"317\",name=\"Tavix \\\"TX\\\"\\n\\\\317\","
+            "driver_version=\"0.8.0.3\"} 1\n"
             "tavix_panel_rotation_degrees 0\ntavix_metrics_errors 2\n";
         checkRow({"metrics", 0, "", partial}, &sim);
         window.reset();
         QVERIFY(sim.ok(QStringLiteral("noreply on")));
         checkRow({"metrics --timeout 200", 0, "1A|1B", partial}, &sim);
+        QVERIFY(sim.ok(QStringLiteral("noreply off; vanish 1")));
+        checkRow({"set range 40", 4, "01 28 00", "no reply"}, &sim);
     }
 
     // Each profile in turn: a refusal sends nothing, even when other entries are good.
@@ -343,8 +332,7 @@ class PanelCtlTest : public QObject {
             {R"({"model":317,"hotkeys":{"simple":"K","calibration":"S"}})",
              {"", 0, "18 53|19 4B", "calibration-hotkey: K -> S\nsimple-hotkey: S -> K\n"}},
         };
-        // Refusals ("PROFILE|part of the error", ";" between them): nothing is sent, even when
-        // other entries are good.
+        // "PROFILE|part of the error": nothing is sent, even when other entries are good.
         const QString refused = QStringLiteral(
             R"({"model":317,"settings":{"range":50,"speed":1.5}}|speed;)"
             R"({"model":317,"settings":{"range":7}}|from 8 to 128;)"
@@ -368,8 +356,7 @@ class PanelCtlTest : public QObject {
             const QByteArray text = refusal.section(u'|', 1).toUtf8();
             apply(refusal.section(u'|', 0, 0).toUtf8(), {"", 2, "", text.constData()});
         }
-        // What export writes, apply takes back without a change; the hot keys are where the
-        // Calibration page reads them.
+        // What export writes, apply takes back without a change.
         QCOMPARE(runTool(QStringLiteral("export --output ") + file).exit, 0);
         QCOMPARE(runTool(QStringLiteral("apply --check ") + file).exit, 0);
         QCOMPARE(readJson(file),

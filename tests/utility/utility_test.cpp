@@ -1,5 +1,4 @@
-// The status-bar utility in this process (and once as its program) on a private bus, with a
-// stand-in daemon and settings window that record what reaches them.
+// The status-bar utility: its state display and menu, what its actions send, and its program.
 #include <QAccessible>
 #include <QAction>
 #include <QMenu>
@@ -39,9 +38,8 @@ void press(const StatusBarUtility &u, const char *name) {
     QFAIL(name);
 }
 
-// One letter per item of the menu, then of its simple setting menu: "o" usable, "X" usable and
-// checked, "-" disabled, "x" disabled and checked, " " a separator. A disabled menu disables its
-// items.
+// A letter per item of the menu, then of its simple setting menu (disabled with it): "o" usable,
+// "X" usable and checked, "-" disabled, "x" disabled and checked, " " a separator.
 QString menuState(const StatusBarUtility &u) {
     const auto *sub = u.menu()->findChild<QMenu *>(QStringLiteral("simpleSettingMenu"));
     QString letters;
@@ -75,8 +73,7 @@ class UtilityTest : public QObject {
     }
     void cleanup() { roots_.reset(); }
 
-    // Changes of the state file and the model's settings show at the next poll: the state, the
-    // tool tip, one picture per state, and the menu (see menuState).
+    // The state, tool tip, one picture per state and the menu follow the files at the next poll.
     void iconToolTipAndMenuFollowTheFiles() {
         writeState(0, true);
         auto u = make();
@@ -191,8 +188,7 @@ class UtilityTest : public QObject {
             RemoteMessagePort::lookup(QString::fromLatin1(kStatusBarPortName)).has_value(), 5000);
         run({QStringLiteral("--help")}, 0, "quits it through the port \"TTSB\"");
         run({}, 1, "another copy is already running");
-        // Only the exact request (the last row) quits it; each message is answered with no data,
-        // so a quit too early leaves the next message unanswered.
+        // Only the exact request (last) quits it: a quit too early leaves the next one unanswered.
         const std::pair<qint32, QByteArray> rows[] = {{0, "SBQT"},
                                                       {kStatusBarQuitMsgId, "SBQ"},
                                                       {kStatusBarQuitMsgId, "SBQTX"},
