@@ -150,8 +150,11 @@ class SimTest : public QObject {
         QVERIFY(readPlistFile(getUilitiesFilePath())->boolValue("RefreshCalibrationType"));
         QVERIFY(readPlistFile(getUilitiesFilePath())->boolValue("VerboseLog"));
         for (const char *line :
-             {"page 4", "page -1", "page x", "page", "driver maybe", "verbose", "connect 0",
-              "delay -5", "vanish 0", "bogus", "disconnect now", "reload 1 2"}) {
+             {"page 4",         "page -1",    "page x",        "page",        "driver maybe",
+              "verbose",        "connect 0",  "delay -5",      "vanish 0",    "bogus",
+              "disconnect now", "reload 1 2", "incomplete -1", "fault led 1", "fault pen 1:1",
+              "faults",         "dip 256",    "firmware 12",   "short maybe", "buttons 1 2",
+              "flood 0"}) {
             QVERIFY2(sim.console(QString::fromLatin1(line)).startsWith(QStringLiteral("error:")),
                      line);
         }

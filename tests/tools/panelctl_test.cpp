@@ -164,7 +164,7 @@ class PanelCtlTest : public QObject {
             "set --range 40|unknown option --range;reboot|commands: status, get, set;"
             "|missing command;status now|takes no arguments;"
             "set range 40 --second|--second belongs to;dip --timeout 0|--timeout takes;"
-            "dip --timeout|--timeout needs a value;"
+            "dip --timeout|--timeout needs a value;get --folder-name a/b|plain folder name;"
             "report x.json|report takes --json FILE or --html FILE;"
             "report --json|report takes --json FILE");
         for (const QString &refusal : refusals.split(u';')) {
@@ -226,6 +226,10 @@ class PanelCtlTest : public QObject {
                   "tavix_metrics_errors 0\n"},
                  nullptr);
         QCOMPARE(readPlistFile(getSettingsFilePath(317)), stored);  // the hot key was not stored
+        checkRow({"status --folder-name Other", 0, "",  // the files of another product folder
+                  "model: none (no panel connected)\ndaemon: not running\ndriver: disabled\n"
+                  "page: 0 (Calibration)\nsettings: none\n"},
+                 nullptr);
         QVERIFY(
             runTool(QStringLiteral("status")).out.contains(QStringLiteral("daemon: not running")));
         // By now watch has read the files it compares against.
