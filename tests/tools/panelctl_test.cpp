@@ -226,10 +226,9 @@ class PanelCtlTest : public QObject {
                   "tavix_metrics_errors 0\n"},
                  nullptr);
         QCOMPARE(readPlistFile(getSettingsFilePath(317)), stored);  // the hot key was not stored
-        checkRow({"status --folder-name Other", 0, "",  // the files of another product folder
-                  "model: none (no panel connected)\ndaemon: not running\ndriver: disabled\n"
-                  "page: 0 (Calibration)\nsettings: none\n"},
-                 nullptr);
+        // The product folder named on the command line is the one read.
+        checkRow({"get range --folder-name Other", 1, "", "no panel is connected"}, nullptr);
+        checkRow({"get range --folder-name TavixTouchPanel", 0, "", "32\n"}, nullptr);
         QVERIFY(
             runTool(QStringLiteral("status")).out.contains(QStringLiteral("daemon: not running")));
         // By now watch has read the files it compares against.
