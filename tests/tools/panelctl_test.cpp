@@ -132,6 +132,12 @@ class PanelCtlTest : public QObject {
              "  Top: LED check, sensor OK (2 points)\n"
              "  Left: LED all failed, sensor all failed (1 points)\n"
              "  fault: Top point 2: LED\n  fault: Left point 1: LED sensor\n"},
+            {"selftest --json", 0, "1C",
+             R"({"areas":[{"area":"Top","led":"Check","sensor":"OK","tested":2},{"area":"Left",)"
+             R"("led":"ALL","sensor":"ALL","tested":1}],"faults":[{"area":"Top","led":true,)"
+             R"("point":2,"sensor":false},{"area":"Left","led":true,"point":1,"sensor":true}],)"
+             R"("hardwareType":317,"missingAreas":0})"
+             "\n"},
             {"report --json /nonexistent/r.json", 1, "1A|1B|1C", "cannot write /nonexistent"},
             {"metrics --selftest", 0, "1A|1B|1C",
              "tavix_daemon_up 1\ntavix_panel_connected 1\ntavix_driver_enabled 1\n"
