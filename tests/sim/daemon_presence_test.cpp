@@ -1,5 +1,4 @@
-// The command channel against a simulator that comes, hangs and dies: presence follows the bus
-// without a lookup per command; a daemon killed mid-request fails every pending request.
+// The command channel as the simulated daemon comes, hangs and dies: presence, no waits, failures.
 #include <QtTest/QtTest>
 
 #include <signal.h>
@@ -12,45 +11,34 @@
 
 using namespace tavix;
 
-namespace {
-
-bool daemonKnown() {
-    return RemoteMessagePort::tracked(QString::fromLatin1(kDaemonPortName)).has_value();
-}
-
-}  // namespace
-
 class DaemonPresenceTest : public QObject {
     Q_OBJECT
 
     test::TempRoots roots_;
+    static bool known() { return RemoteMessagePort::tracked(kDaemonPortName).has_value(); }
 
   private Q_SLOTS:
     void presenceFollowsTheBusWithoutALookupPerCommand() {
-        QVERIFY(!daemonKnown());
-        QVERIFY(!SendDataToRemotePort(makeCommand(COMMAND_GET_DIP_SW)));
+        QVERIFY(!known() && !SendDataToRemotePort(makeCommand(COMMAND_GET_DIP_SW)));
         test::Sim sim(roots_);
-        QVERIFY(sim.start() && QTest::qWaitFor(daemonKnown, 10000));
+        QVERIFY(sim.start() && QTest::qWaitFor(known, 10000));
+        // GetNameOwner calls on the bus: the lookup a command must not need.
         QProcess monitor;
         monitor.start(QStringLiteral("dbus-monitor"), {"--session", "--profile"});
         QVERIFY(monitor.waitForStarted(5000) && monitor.waitForReadyRead(5000));
-        // GetNameOwner calls: the lookup a command must not need.
         QByteArray seen;
-        const auto lookupsSeen = [&] {
+        const auto lookups = [&] {
             monitor.waitForReadyRead(200);
-            seen += monitor.readAll();
-            return seen.count("GetNameOwner");
+            return (seen += monitor.readAll()).count("GetNameOwner");
         };
-        const qsizetype lookupsBefore = lookupsSeen();
+        const qsizetype before = lookups();
         int answered = 0;
-        for (int i = 0; i < 20; ++i) {
-            // A command the simulator answers without a report: its own lookup of the report
-            // port would show on the bus too.
+        for (int i = 0; i < 20; ++i) {  // answered without a report, so without a lookup of its own
             QVERIFY(SendDataToRemotePort(makeCommandU8(COMMAND_SET_MOUSE_ACTION, 0),
                                          [&](bool ok, const QByteArray &) { answered += ok; }));
         }
         QVERIFY(QTest::qWaitFor([&] { return answered == 20; }, 10000));
-        QCOMPARE(lookupsSeen(), lookupsBefore);
+        QCOMPARE(lookups(), before);
         monitor.kill();
         monitor.waitForFinished(5000);
 
@@ -74,7 +62,7 @@ class DaemonPresenceTest : public QObject {
         ::kill(pid, SIGKILL);
         QVERIFY(QTest::qWaitFor([&] { return failed == 50 && heard.has_value(); }, 5000));
         QCOMPARE(*heard, std::optional<std::int32_t>());
-        QVERIFY(QTest::qWaitFor([] { return !daemonKnown(); }, 5000));
+        QVERIFY(QTest::qWaitFor([] { return !known(); }, 5000));
         QVERIFY(!SendDataToRemotePort(makeCommand(COMMAND_GET_DIP_SW)));
     }
 };

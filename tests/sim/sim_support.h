@@ -21,6 +21,18 @@ inline void useShippedFolderName() {
     });
 }
 
+// A device list of model 317 alone, named NAME, with areas "Top" (two points) and "Left" (one).
+inline void writeSmallDeviceList(const std::string &name = "Tavix TX-317") {
+    QVERIFY(writeFileAtomically(
+        getSupportDeviceListFilePath(),
+        "<plist><array><dict><key>ModelType</key><integer>317</integer><key>Name</key><string>" +
+            name +
+            "</string><key>LEDSensorArray</key><array><dict><key>Area</key><string>Top</string>"
+            "<key>Point</key><integer>2</integer><key>Index</key><integer>1</integer></dict><dict>"
+            "<key>Area</key><string>Left</string><key>Point</key><integer>1</integer><key>Index"
+            "</key><integer>2</integer></dict></array></dict></array></plist>"));
+}
+
 #ifdef TAVIX_PANEL_SIM
 // One simulator process: console answers are read line by line; its log lists each command.
 class Sim {
@@ -42,6 +54,15 @@ class Sim {
     QString console(const QString &line) {
         process.write((line + QLatin1Char('\n')).toUtf8());
         return nextLine();
+    }
+    // Sends console lines ("; " between them); true when each is answered "ok: ...".
+    bool ok(const QString &lines) {
+        for (const QString &line : lines.split(QStringLiteral("; "))) {
+            if (!console(line).startsWith(QStringLiteral("ok:"))) {
+                return false;
+            }
+        }
+        return true;
     }
     QStringList log() const {
         return QString::fromStdString(readSmallFile(log_.toStdString(), 1 << 20).value_or(""))

@@ -1,5 +1,4 @@
-// The panel simulator as a process on a private bus with temporary folders: the files it
-// writes on start, its console commands towards the pane, and its faults.
+// The panel simulator as a process: files it writes, console, replies and reports, faults.
 #include <QtTest/QtTest>
 
 #include <memory>
@@ -8,6 +7,7 @@
 #include "atomic_file.h"
 #include "commands.h"
 #include "daemonchannel.h"
+#include "hardware_reports.h"
 #include "settings_store.h"
 #include "sim_support.h"
 
@@ -20,8 +20,7 @@ SettingsDict readDict(const std::string &path) {
     return readPlistFile(path).value_or(SettingsDict());
 }
 
-// Sends the command given in hex: the reply in hex when answered within half a second,
-// "unanswered", or "absent" when no daemon owns the port.
+// Sends a command in hex: the reply in hex, "unanswered" (in 0.5 s), or "absent" (no daemon).
 QString send(const QString &hex) {
     const auto daemon = RemoteMessagePort::lookup(QString::fromLatin1(kDaemonPortName));
     if (!daemon) {
@@ -49,6 +48,24 @@ class SimTest : public QObject {
     void init() { roots_ = std::make_unique<test::TempRoots>(); }
     void cleanup() { roots_.reset(); }
 
+    // A bad option value ends it with status 2, nothing written; the lowest good values start it.
+    void commandLineOptions() {
+        const QString lowest = QStringLiteral(
+            "--model 1 --dip-byte 0 --faulty-led 1:0 --faulty-sensor 255:* --incomplete-runs 0 "
+            "--left-out-areas 1 --reply-delay 0 --vanish-on 1 --hardware-type -1");
+        const QString refused = QStringLiteral(
+            "--model 0;--reply-delay -1;--vanish-on 0;--dip-byte 256;--firmware 5a3c000124;"
+            "--faulty-led 0:1;--faulty-sensor 1:256;--faulty-led 1;--incomplete-runs -1;"
+            "--left-out-areas 0;--folder-name a/b;--bogus;extra;");
+        for (const QString &args : (refused + lowest).split(u';')) {
+            roots_ = std::make_unique<test::TempRoots>();
+            Sim sim(*roots_);
+            QVERIFY2(sim.start(qPrintable(args)) == (args == lowest), qPrintable(args));
+            QVERIFY2(args == lowest || sim.exitCode() == 2, qPrintable(args));
+            QCOMPARE(pathExists(getUilitiesFilePath()), args == lowest);
+        }
+    }
+
     // A second simulator finds the port owned, writes nothing and leaves the first serving.
     void startAnnouncesThePanelAndCreatesItsFiles() {
         Sim sim(*roots_);
@@ -57,19 +74,18 @@ class SimTest : public QObject {
         QVERIFY(!second.start("--model 259"));
         QCOMPARE(second.exitCode(), 1);
         QVERIFY(!pathExists(getSettingsFilePath(259)));
-        const SettingsDict state = readDict(getUilitiesFilePath());
-        QCOMPARE(state.intValue("currentDeviceType"), 317);
-        QVERIFY(state.find("DriverEnable") && *state.find("DriverEnable") == PlistValue(true));
         // A missing state file gets the pane's defaults around the two keys.
-        QVERIFY(state.boolValue("isShowStatuMenu"));
-        QCOMPARE(state.size(), size_t{5});
+        SettingsDict state = utilitiesDefaults();
+        state.set("currentDeviceType", PlistValue(317));
+        state.set("DriverEnable", PlistValue(true));
+        QCOMPARE(readDict(getUilitiesFilePath()), state);
+        QCOMPARE(readDict(getSettingsFilePath(317)), settingItemsDefaults());
         // The sample lists are installed byte for byte.
         for (const auto &[name, target] :
              {std::pair{"DeviceList.plist", getSupportDeviceListFilePath()},
               std::pair{"SupportResolutionList.plist", getSupportResolutionListFilePath()}}) {
-            const auto installed = readSmallFile(target, 1 << 20);
-            QVERIFY2(installed, name);
-            QCOMPARE(installed, readSmallFile(std::string(TAVIX_DATA_DIR "/") + name, 1 << 20));
+            QCOMPARE(readSmallFile(target, 1 << 20).value_or("none"),
+                     readSmallFile(std::string(TAVIX_DATA_DIR "/") + name, 1 << 20).value());
         }
         // A hot key, queries, an empty and a malformed message: answered with no data, logged.
         QStringList sent;
@@ -77,11 +93,10 @@ class SimTest : public QObject {
             QCOMPARE(send(QLatin1String(hex)), QString());
             sent << (*hex ? QLatin1String(hex) : QLatin1String("(empty)"));
         }
-        QCOMPARE(send(QStringLiteral("1C")), QStringLiteral("3D 01 00 00"));
-        QCOMPARE(sim.log(), sent << QStringLiteral("1C"));
-        QCOMPARE(readDict(getSettingsFilePath(317)), settingItemsDefaults());
+        QCOMPARE(sim.log(), sent);
     }
 
+    // An existing state file is merged into, not completed with defaults; the lists are kept.
     void startMergesIntoExistingFilesAndKeepsThem() {
         SettingsDict state;
         state.set("currentPageIndex", PlistValue(2));
@@ -93,16 +108,12 @@ class SimTest : public QObject {
         QVERIFY(writePlistFileAtomically(settings, getSettingsFilePath(259)));
         const std::string ownList = "<?xml version=\"1.0\"?><plist><array/></plist>";
         QVERIFY(writeFileAtomically(getSupportDeviceListFilePath(), ownList));
-
         Sim sim(*roots_);
-        // The highest byte is a DIP switch byte too.
-        QVERIFY(sim.start("--model 259 --dip-byte 0xFF"));
+        QVERIFY(sim.start("--model 259 --dip-byte 0xFF"));  // the highest DIP switch byte too
         QCOMPARE(send(QStringLiteral("1C")), QStringLiteral("03 01 00 00"));
-        const SettingsDict after = readDict(getUilitiesFilePath());
-        QCOMPARE(after.intValue("currentPageIndex"), 2);
-        QCOMPARE(after.intValue("currentDeviceType"), 259);
-        QVERIFY(after.boolValue("DriverEnable"));
-        QCOMPARE(after.size(), size_t{3});  // an existing file is not completed with defaults
+        state.set("currentDeviceType", PlistValue(259));
+        state.set("DriverEnable", PlistValue(true));
+        QCOMPARE(readDict(getUilitiesFilePath()), state);
         QCOMPARE(readDict(getSettingsFilePath(259)), settings);
         // The second manual calibration is recorded as the first on this model.
         QCOMPARE(send(QStringLiteral("1F 00 00")), QString());
@@ -112,8 +123,8 @@ class SimTest : public QObject {
         QVERIFY(pathExists(getSupportResolutionListFilePath()));
     }
 
-    // One simulator through every console command, in an order in which each changes the state
-    // file; then lines it refuses, which change nothing and tell the pane nothing.
+    // The pane hears each code after the state file says so (code/model, driver + or -); refused
+    // lines change nothing and tell the pane nothing.
     void consoleCommandsActAsTheDriverSide() {
         Sim sim(*roots_);
         QVERIFY(sim.start());
@@ -121,54 +132,37 @@ class SimTest : public QObject {
         QCOMPARE(sim.console(QStringLiteral("page 1")),
                  QStringLiteral("ok: \"preferenceCommend\" absent, code 01 not sent"));
         test::Recorder pane(kPreferencePortName);
-        QVERIFY(pane.port);
-        SettingsDict stateWhenNotified;
-        pane.onMessage = [&] { stateWhenNotified = readDict(getUilitiesFilePath()); };
-        const struct {
-            const char *line, *paneCode, *stateKey;
-            PlistValue stateValue;
-        } steps[] = {
-            {"disconnect", "05", "currentDeviceType", 0},
-            {"connect", "04", "currentDeviceType", 317},
-            {"connect 259", "04", "currentDeviceType", 259},
-            {"driver off", "07", "DriverEnable", false},
-            {"driver on", "06", "DriverEnable", true},
-            {"reload", "06", "", {}},
-            {"page 0", "00", "", {}},
-            {"page 3", "03", "", {}},
-            {"next", "08", "", {}},
-            {"refresh", "", "RefreshCalibrationType", true},
-            {"verbose on", "", "VerboseLog", true},
+        QStringList heard;
+        pane.onMessage = [&] {
+            const SettingsDict state = readDict(getUilitiesFilePath());
+            heard << QStringLiteral("%1/%2%3")
+                         .arg(pane.messages.back())
+                         .arg(state.intValue("currentDeviceType"))
+                         .arg(QChar(state.boolValue("DriverEnable") ? u'+' : u'-'));
         };
-        qsizetype notified = 0;
-        for (const auto &step : steps) {
-            const QString answer = sim.console(QString::fromLatin1(step.line));
-            QVERIFY2(answer.startsWith(QStringLiteral("ok:")), qPrintable(answer));
-            if (*step.paneCode) {
-                ++notified;
-                QVERIFY(QTest::qWaitFor([&] { return pane.messages.size() >= notified; }, 5000));
-                QCOMPARE(pane.messages.back(), QString::fromLatin1(step.paneCode));
-            }
-            if (*step.stateKey) {
-                // The file says so before the pane is told.
-                const SettingsDict state =
-                    *step.paneCode ? stateWhenNotified : readDict(getUilitiesFilePath());
-                const PlistValue *value = state.find(step.stateKey);
-                QVERIFY2(value && *value == step.stateValue, step.line);
-            }
-        }
+        QVERIFY(
+            sim.ok(QStringLiteral("disconnect; connect; disconnect; connect 259; driver off; "
+                                  "driver on; reload; page 0; page 3; next; refresh; "
+                                  "verbose on")));
+        QTRY_COMPARE(heard.join(u' '), QStringLiteral("05/0+ 04/317+ 05/0+ 04/259+ 07/259- "
+                                                      "06/259+ 06/259+ 00/259+ 03/259+ 08/259+"));
         const auto before = readSmallFile(getUilitiesFilePath(), 1 << 20);
+        QVERIFY(readPlistFile(getUilitiesFilePath())->boolValue("RefreshCalibrationType"));
+        QVERIFY(readPlistFile(getUilitiesFilePath())->boolValue("VerboseLog"));
         for (const char *line :
-             {"page 4", "page -1", "page x", "page", "driver maybe", "verbose", "connect 0",
-              "delay -5", "vanish 0", "bogus", "disconnect now", "reload 1 2"}) {
+             {"page 4",         "page -1",    "page x",        "page",        "driver maybe",
+              "verbose",        "connect 0",  "delay -5",      "vanish 0",    "bogus",
+              "disconnect now", "reload 1 2", "incomplete -1", "fault led 1", "fault pen 1:1",
+              "faults",         "dip 256",    "firmware 12",   "short maybe", "buttons 1 2",
+              "flood 0"}) {
             QVERIFY2(sim.console(QString::fromLatin1(line)).startsWith(QStringLiteral("error:")),
                      line);
         }
         QCOMPARE(readSmallFile(getUilitiesFilePath(), 1 << 20), before);
         // Still serving, and nothing reached the pane before this line's message.
-        QVERIFY(sim.console(QStringLiteral("page 2")).startsWith(QStringLiteral("ok:")));
-        QTRY_COMPARE(pane.messages.size(), notified + 1);
-        QCOMPARE(pane.messages.back(), QStringLiteral("02"));
+        QVERIFY(sim.ok(QStringLiteral("page 2")));
+        QTRY_COMPARE(heard.size(), 11);
+        QCOMPARE(heard.back(), QStringLiteral("02/259+"));
     }
 
     // Steps: a console line, "TERM" for the signal, or a range command ("+" answered, "-"
@@ -215,6 +209,56 @@ class SimTest : public QObject {
                 QCOMPARE(send(QStringLiteral("20")), QStringLiteral("absent"));
             }
         }
+    }
+
+    // Reports byte for byte; a step: console lines, or ">" and a command in hex with its answer.
+    void hardwareReportsByteForByte() {
+        test::writeSmallDeviceList();
+        Sim sim(*roots_);
+        QVERIFY(
+            sim.start("--dip-byte 0x7E --firmware 0A0B01020304 --faulty-led 1:2 "
+                      "--faulty-sensor 2:* --incomplete-runs 1 --left-out-areas 1"));
+        test::Recorder page(kHardwareInfoPortName);
+        const struct {
+            const char *step, *answer, *reports;
+        } rows[] = {
+            {">1A", "", "00 7E"},
+            {">1B", "", "06 0A 0B 01 02 03 04"},
+            // Records: area, point, two bytes, LED state << 4 | sensor state, two bytes.
+            {">1C", "3D 01 00 00", "01 02 01 00 00 01 00 00"},  // area 1 left out
+            {">1C", "3D 01 00 00",
+             "01 01 01 00 00 00 00 00 01 02 00 00 10 00 00 02 01 00 00 01 00 00"},
+            {"faults clear; fault sensor 1:1; fault led 2:*; incomplete 1", "", ""},
+            {">1C", "3D 01 00 00", "01 02 01 00 00 10 00 00"},
+            {">1C", "3D 01 00 00",
+             "01 01 01 00 00 01 00 00 01 02 00 00 00 00 00 02 01 00 00 10 00 00"},
+            {"dip 0x81; firmware 1122334455AA; unknown on", "", ""},
+            {">1A", "", "63 01 02 03 04 05 06 07|00 81"},
+            {"unknown off; short on", "", ""},
+            {">1B", "", "06 11 22 33 44 55"},
+            {"short off; flood 5", "", "00 00|06 11 22 33 44 55 AA|18 00 00 01|01|00 04"},
+            {"buttons 1 0 2; >1E 01", "", "18 01 00 02"},
+            {">1E 00; buttons cycle; >1E 01", "",
+             "18 01 00 00|18 00 01 00|18 00 00 01|18 00 00 00"},
+        };
+        for (const auto &row : rows) {
+            const QString step = QString::fromLatin1(row.step);
+            const qsizetype before = page.messages.size();
+            for (const QString &line : step.split(QStringLiteral("; "))) {
+                if (line.startsWith(u'>')) {
+                    QCOMPARE(send(line.mid(1)), QLatin1String(row.answer));
+                } else {
+                    QVERIFY2(sim.console(line).startsWith(QStringLiteral("ok:")), row.step);
+                }
+            }
+            const QString reports = QString::fromLatin1(row.reports);
+            const qsizetype count = reports.isEmpty() ? 0 : reports.count(u'|') + 1;
+            QTRY_COMPARE(page.messages.mid(before, count).join(u'|'), reports);
+        }
+        QVERIFY(sim.console(QStringLiteral("status"))
+                    .startsWith(QStringLiteral("ok: model 317, connected, 11 commands received, "
+                                               "delay 0 ms, answering, vanish on never; 4 "
+                                               "self-test runs, ")));
     }
 };
 

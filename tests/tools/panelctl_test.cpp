@@ -1,12 +1,9 @@
-// tavix-panelctl on a private bus, against the panel simulator or a stand-in reporting daemon.
+// tavix-panelctl's exit status, output and bytes sent: with a panel, with none, with no daemon.
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QRegularExpression>
 #include <QtTest/QtTest>
-
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 #include "commands.h"
 #include "daemonchannel.h"
@@ -37,59 +34,50 @@ Outcome runTool(const QString &line) {
             QString::fromUtf8(tool.readAllStandardError())};
 }
 
-// The daemon's part for the hardware queries: answers each command (the self-test with
-// hardware type 259), then sends the reports the test gives for its code to the report port.
-struct ReportingDaemon {
-    std::map<int, std::vector<QByteArray>> reports;
-    std::map<int, int> calls;
-    std::unique_ptr<LocalMessagePort> port = LocalMessagePort::create(
-        QString::fromLatin1(kDaemonPortName), [this](qint32, const QByteArray &data) {
-            const int code = data.isEmpty() ? -1 : static_cast<std::uint8_t>(data[0]);
-            ++calls[code];
-            QTimer::singleShot(0, [toSend = reports[code]] {
-                auto target = RemoteMessagePort::lookup(QString::fromLatin1(kHardwareInfoPortName));
-                for (const QByteArray &report : toSend) {
-                    if (target) {
-                        target->sendRequest(0, report, 1.0, 1.0);
-                    }
-                }
-            });
-            return code == COMMAND_START_SELF_TEST ? QByteArray::fromHex("03010000") : QByteArray();
-        });
+// A row: the command line, exit status, bytes the simulator receives ("|" between commands),
+// and the whole output (status 0, or 5 from apply --check) or part of the one error line.
+// Metrics must pass promtool; their "# " lines and the self-test's time ("T") are not compared.
+struct Row {
+    const char *line;
+    int exit;
+    const char *bytes, *text;
 };
+
+void checkRow(const Row &row, const Sim *sim) {
+    const qsizetype before = sim ? sim->log().size() : 0;
+    Outcome o = runTool(QString::fromUtf8(row.line));
+    if (QByteArray(row.line).startsWith("metrics")) {
+        QProcess check;
+        check.start(QStringLiteral(TAVIX_PROMTOOL), {"check", "metrics"});
+        check.write(o.out.toUtf8());
+        check.closeWriteChannel();
+        QVERIFY(check.waitForFinished(15000) && check.exitCode() == 0);
+        o.out.remove(
+            QRegularExpression(QStringLiteral("^# .*\n"), QRegularExpression::MultilineOption));
+        o.out.replace(QRegularExpression(QStringLiteral("seconds \\d{10}\n")), "seconds T\n");
+    }
+    const QString text = QString::fromUtf8(row.text);
+    const bool output = row.exit == 0 || row.exit == 5;
+    QVERIFY2(o.exit == row.exit && (output ? o.out == text : o.err.contains(text)),
+             qPrintable(QStringLiteral("%1: exit %2, %3%4")
+                            .arg(QLatin1String(row.line))
+                            .arg(o.exit)
+                            .arg(o.out, o.err)));
+    QVERIFY(output || o.err.count(u'\n') == 1);
+    QCOMPARE(sim ? sim->log().mid(before).join(u'|') : QString(), QLatin1String(row.bytes));
+}
 
 void writeState(int model) {
     SettingsDict state = utilitiesDefaults();
     state.set("currentDeviceType", PlistValue(model));
     QVERIFY(writePlistFileAtomically(state, getUilitiesFilePath()));
     QVERIFY(writePlistFileAtomically(settingItemsDefaults(), getSettingsFilePath(model)));
-    QVERIFY(QFile::copy(QStringLiteral(TAVIX_DATA_DIR "/DeviceList.plist"),
-                        QString::fromStdString(getSupportDeviceListFilePath())));
+    test::writeSmallDeviceList();
 }
 
-// A loopback TCP port that nothing listens on at the moment of asking.
-int freePort() {
-    const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t size = sizeof address;
-    const auto *generic = reinterpret_cast<sockaddr *>(&address);
-    const bool ok = ::bind(fd, generic, size) == 0 &&
-                    ::getsockname(fd, const_cast<sockaddr *>(generic), &size) == 0;
-    ::close(fd);
-    return ok ? ntohs(address.sin_port) : 0;
-}
-
-// A program's exit status and standard output.
-Outcome runProgram(const QString &program, const QStringList &args) {
-    QProcess process;
-    process.start(program, args);
-    if (!process.waitForFinished(15000)) {
-        return {};
-    }
-    return {process.exitCode(), QString::fromUtf8(process.readAllStandardOutput()),
-            QString::fromUtf8(process.readAllStandardError())};
+QJsonObject readJson(const QString &file) {
+    return QJsonDocument::fromJson(readSmallFile(file.toStdString(), 1 << 20).value_or("").c_str())
+        .object();
 }
 
 }  // namespace
@@ -105,130 +93,158 @@ class PanelCtlTest : public QObject {
     void init() { roots_ = std::make_unique<test::TempRoots>(); }
     void cleanup() { roots_.reset(); }
 
-    // Each line's exit status, output (for a refusal: part of the one error line), the bytes the
-    // simulator receives, and the one entry that changes in the model's file.
+    // With a panel: the bytes each command sends, what the driver recorded, and refusals.
     void commandsSendTheirBytesAndTheDriverRecordsThem() {
+        test::writeSmallDeviceList();
         Sim sim(*roots_);
-        QVERIFY(sim.start("--dip-byte 0xF7 --firmware 341200230141 --faulty-led 1:2"));
-        const struct {
-            const char *line;
-            int exit;
-            const char *bytes, *text, *key;
-            PlistValue value;
-        } rows[] = {
-            {"set range 8", 0, "01 08 00", "", "DoubleClickRange", 8},
-            {"set range 128", 0, "01 80 00", "", "DoubleClickRange", 128},
-            {"set speed 0.75", 0, "02 00 00 00 00 00 00 E8 3F", "", "DoubleClickRate", 0.75},
-            {"set swipe off", 0, "08 00 00", "", "TwoFingerSwipe", false},
-            {"set two-finger-rotation off", 0, "09 00 00", "", "TwoFingerRotation", false},
-            {"set pinch off", 0, "0B 00 00", "", "TwoFingerPinch", false},
-            {"set button1 off", 0, "0D 00 00", "", "FounctionButton1", false},
-            {"set button2 on", 0, "0E 01 00", "", "FounctionButton2", true},
-            {"set input-mode pen", 0, "0F 02 00", "", "InputMode", 2},
-            {"set resolution-notice off", 0, "10 00 00", "", "ShowResolutionNotice", false},
-            {"set eraser-area off", 0, "11 00 00", "", "EraserAreaMode", false},
-            {"set calibration-type manual", 0, "12 01 00", "", "CalibrationType", 1},
-            {"set simple-setting 2", 0, "13 02 00", "", "SimpleCalibrationType", 2},
-            {"set rotation 270", 0, "15 03 00", "", "RotateMode", 3},
-            {"calibrate start --second", 0, "1F 00 00", "", "CalibrationType", 2},  // on 317 only
-            {"calibrate start", 0, "17 00 00", "", "CalibrationType", 1},
-            // The tool stores the hot keys as the Calibration page does.
-            {"hotkey calibration k", 0, "18 4B", "", "CalibrationHotKey", std::string("K")},
-            {"hotkey simple 7", 0, "19 37", "", "SimpleHotKey", std::string("7")},
-            {"get range", 0, "", "128\n", "", {}},
-            {"get swipe", 0, "", "off\n", "", {}},
-            {"get speed --json", 0, "", "{\"speed\":0.75}\n", "", {}},
-            {"set range 7", 2, "", "from 8 to 128", "", {}},
-            {"set range 4x", 2, "", "from 8 to 128", "", {}},
-            {"set speed 0.29", 2, "", "0.30 to 1.00", "", {}},
-            {"set swipe yes", 2, "", "on, off", "", {}},
-            {"set rotation 45", 2, "", "0, 90, 180, 270", "", {}},
-            {"set volume 3", 2, "", "valid names: range, speed", "", {}},
-            {"set range", 2, "", "set takes NAME VALUE", "", {}},
-            {"calibrate stop", 2, "", "calibrate takes", "", {}},
-            {"hotkey calibration 7", 2, "", "already the simple hot key", "", {}},
-            {"hotkey calibration ab", 2, "", "one ASCII letter or digit", "", {}},
-            {"hotkey pen A", 2, "", "unknown hot key \"pen\"; valid: calibration, simple", "", {}},
-            {"get volume", 2, "", "unknown setting \"volume\"", "", {}},
-            {"page 4", 2, "", "valid: 0, 1, 2, 3, calibration", "", {}},
-            {"set --range 40", 2, "", "unknown option --range", "", {}},
-            {"reboot", 2, "", "commands: status, get, set", "", {}},
-            {"", 2, "", "missing command", "", {}},
-            {"status now", 2, "", "takes no arguments", "", {}},
-            {"set range 40 --second", 2, "", "--second belongs to", "", {}},
-            {"dip --timeout 0", 2, "", "--timeout takes", "", {}},
-            {"report x.json", 2, "", "report takes --json FILE or --html FILE", "", {}},
-            {"report --json", 2, "", "report takes --json FILE", "", {}},
-            {"report --json /nonexistent/r.json",
-             1,
-             "1A|1B|1C",
-             "cannot write /nonexistent",
-             "",
-             {}},
-        };
-        SettingsDict expected = settingItemsDefaults();
-        for (const auto &row : rows) {
-            const qsizetype before = sim.log().size();
-            const Outcome o = runTool(QString::fromUtf8(row.line));
-            const QString text = QString::fromUtf8(row.text);
-            QVERIFY2(o.exit == row.exit && (row.exit == 0 ? o.out == text : o.err.contains(text)),
-                     qPrintable(QStringLiteral("%1: exit %2, %3%4")
-                                    .arg(QLatin1String(row.line))
-                                    .arg(o.exit)
-                                    .arg(o.out, o.err)));
-            QCOMPARE(sim.log().mid(before).join(u'|'), QString::fromLatin1(row.bytes));
-            QCOMPARE(o.err.count(u'\n'), row.exit == 0 ? 0 : 1);
-            if (*row.key) {
-                expected.set(row.key, row.value);
-            }
-            QVERIFY2(readPlistFile(getSettingsFilePath(317)) == expected, row.line);
+        QVERIFY(
+            sim.start("--dip-byte 0xF7 --firmware 341200230141 --faulty-led 1:2 "
+                      "--faulty-led 2:* --faulty-sensor 2:1"));
+        // "LINE|BYTES", ";" between them; each changes a setting, "get" then reads all back.
+        const QString sets = QStringLiteral(
+            "set range 8|01 08 00;set range 128|01 80 00;"
+            "set speed 0.75|02 00 00 00 00 00 00 E8 3F;set swipe off|08 00 00;"
+            "set two-finger-rotation off|09 00 00;set pinch off|0B 00 00;"
+            "set button1 off|0D 00 00;set button2 on|0E 01 00;set input-mode pen|0F 02 00;"
+            "set resolution-notice off|10 00 00;set eraser-area off|11 00 00;"
+            "set simple-setting 2|13 02 00;set rotation 270|15 03 00;"
+            "set calibration-type simple|12 00 00;hotkey calibration k|18 4B;"
+            "hotkey simple 7|19 37");
+        for (const QString &set : sets.split(u';')) {
+            const QList<QByteArray> parts = set.toUtf8().split('|');
+            checkRow({parts[0].constData(), 0, parts[1].constData(), ""}, &sim);
         }
-        const Outcome status = runTool(QStringLiteral("status"));
-        QVERIFY(status.out.startsWith(
-            QStringLiteral("model: 317 (Tavix TX-317)\ndaemon: running\ndriver: enabled\npage: 0 "
-                           "(Calibration)\n")));
-        // The saved report holds what the simulated panel answered.
+        const Row rows[] = {
+            {"calibrate start --second", 0, "1F 00 00", ""},
+            {"get calibration-type", 0, "", "2\n"},  // the second manual calibration, 317 only
+            {"calibrate start", 0, "17 00 00", ""},
+            {"get", 0, "",
+             "range: 128\nspeed: 0.75\nswipe: off\npinch: off\ntwo-finger-rotation: off\n"
+             "button1: off\nbutton2: on\ninput-mode: pen\nresolution-notice: off\n"
+             "eraser-area: off\ncalibration-type: manual\nsimple-setting: 2\nrotation: 270\n"
+             "calibration-hotkey: K\nsimple-hotkey: 7\n"},
+            {"get speed --json", 0, "", "{\"speed\":0.75}\n"},
+            {"dip", 0, "1A", "DIP switches 1-8: 1 0 0 0 0 0 0 0\n"},
+            {"dip --json", 0, "1A", "{\"dipSwitches\":[1,0,0,0,0,0,0,0]}\n"},
+            {"firmware", 0, "1B", "firmware version: 23.01A\nchecksum: 1234 (OK)\n"},
+            {"selftest", 0, "1C",
+             "self-test of Tavix TX-317 (hardware type 317)\n"
+             "  Top: LED check, sensor OK (2 points)\n"
+             "  Left: LED all failed, sensor all failed (1 points)\n"
+             "  fault: Top point 2: LED\n  fault: Left point 1: LED sensor\n"},
+            {"selftest --json", 0, "1C",
+             R"({"areas":[{"area":"Top","led":"Check","sensor":"OK","tested":2},{"area":"Left",)"
+             R"("led":"ALL","sensor":"ALL","tested":1}],"faults":[{"area":"Top","led":true,)"
+             R"("point":2,"sensor":false},{"area":"Left","led":true,"point":1,"sensor":true}],)"
+             R"("hardwareType":317,"missingAreas":0})"
+             "\n"},
+            {"report --json /nonexistent/r.json", 1, "1A|1B|1C", "cannot write /nonexistent"},
+            {"metrics --selftest", 0, "1A|1B|1C",
+             "tavix_daemon_up 1\ntavix_panel_connected 1\ntavix_driver_enabled 1\n"
+             "tavix_panel_info{model=\"317\",name=\"Tavix TX-317\",driver_version=\"0.8.0.3\","
+             "firmware=\"23.01A\",checksum=\"1234\"} 1\ntavix_panel_firmware_checksum_ok 1\n"
+             "tavix_panel_dip_switch{switch=\"1\"} 1\ntavix_panel_dip_switch{switch=\"2\"} 0\n"
+             "tavix_panel_dip_switch{switch=\"3\"} 0\ntavix_panel_dip_switch{switch=\"4\"} 0\n"
+             "tavix_panel_dip_switch{switch=\"5\"} 0\ntavix_panel_dip_switch{switch=\"6\"} 0\n"
+             "tavix_panel_dip_switch{switch=\"7\"} 0\ntavix_panel_dip_switch{switch=\"8\"} 0\n"
+             "tavix_panel_rotation_degrees 270\ntavix_selftest_failed_points{kind=\"led\"} 2\n"
+             "tavix_selftest_failed_points{kind=\"sensor\"} 1\n"
+             "tavix_selftest_area_ok{area=\"Top\",kind=\"led\"} 0\n"
+             "tavix_selftest_area_ok{area=\"Top\",kind=\"sensor\"} 1\n"
+             "tavix_selftest_area_ok{area=\"Left\",kind=\"led\"} 0\n"
+             "tavix_selftest_area_ok{area=\"Left\",kind=\"sensor\"} 0\n"
+             "tavix_selftest_last_run_timestamp_seconds T\ntavix_metrics_errors 0\n"},
+        };
+        for (const Row &row : rows) {
+            checkRow(row, &sim);
+        }
+        // Refusals ("LINE|part of the error", ";" between them) send nothing.
+        const QString refusals = QStringLiteral(
+            "set range 7|from 8 to 128;set speed 0.29|0.30 to 1.00;set swipe yes|on, off;"
+            "set rotation 45|0, 90, 180, 270;set volume 3|valid names: range, speed;"
+            "set range|set takes NAME VALUE;calibrate stop|calibrate takes;"
+            "hotkey calibration 7|already the simple hot key;"
+            "hotkey calibration ab|one ASCII letter or digit;"
+            "hotkey pen A|unknown hot key \"pen\";"
+            "get volume|unknown setting \"volume\";page 4|valid: 0, 1, 2, 3, calibration;"
+            "set --range 40|unknown option --range;reboot|commands: status, get, set;"
+            "|missing command;status now|takes no arguments;"
+            "set range 40 --second|--second belongs to;dip --timeout 0|--timeout takes;"
+            "dip --timeout|--timeout needs a value;get --folder-name a/b|plain folder name;"
+            "report x.json|report takes --json FILE or --html FILE;"
+            "report --json|report takes --json FILE");
+        for (const QString &refusal : refusals.split(u';')) {
+            const QList<QByteArray> parts = refusal.toUtf8().split('|');
+            checkRow({parts[0].constData(), 2, "", parts[1].constData()}, &sim);
+        }
+        QVERIFY(runTool(QStringLiteral("status"))
+                    .out.startsWith(
+                        QStringLiteral(
+                            "model: 317 (Tavix TX-317)\ndaemon: running\ndriver: enabled\npage: 0 "
+                            "(Calibration)\nsettings: %1\n  CalibrationHotKey: K\n")
+                            .arg(QString::fromStdString(getSettingsFilePath(317)))));
+        // The saved report holds what the simulated panel answered and the settings recorded.
         const QString json = roots_->path(QStringLiteral("report.json"));
         const QString html = roots_->path(QStringLiteral("report.html"));
         QCOMPARE(runTool(QStringLiteral("report --json ") + json).exit, 0);
         QCOMPARE(runTool(QStringLiteral("report --html ") + html).exit, 0);
-        QFile file(json);
-        QVERIFY(file.open(QIODevice::ReadOnly));
-        const QJsonObject report = QJsonDocument::fromJson(file.readAll()).object();
-        QCOMPARE(report["modelType"].toInt(), 317);
-        QCOMPARE(report["dipSwitches"][0].toInt(), 1);
-        QCOMPARE(report["checksum"].toString(), QStringLiteral("1234"));
-        // Loopback at least is always up, so the address list is never empty.
-        QVERIFY(!report["addresses"].toArray().isEmpty());
-        QCOMPARE(report["selfTest"]["failedPoints"].toArray().size(), 1);
-        QCOMPARE(report["selfTest"]["failedPoints"][0]["point"].toInt(), 2);
-        const std::string page = readSmallFile(html.toStdString(), 1 << 20).value_or("");
-        QVERIFY(page.find("<html") != std::string::npos && page.find("1234") != std::string::npos);
+        QVERIFY(readSmallFile(html.toStdString(), 1 << 20)
+                    .value_or("")
+                    .find("<td>1234 <span class=\"good\">OK</span></td>") != std::string::npos);
+        QJsonObject report = readJson(json);
+        QCOMPARE(report.take("selfTest")["failedPoints"].toArray().size(), 2);
+        QVERIFY(!report.take("addresses").toArray().isEmpty());  // loopback at least
+        report.remove("time");
+        report.remove("computerName");
+        QCOMPARE(report, QJsonDocument::fromJson(
+                             R"({"format":1,"modelType":317,"modelName":"Tavix TX-317",
+            "driverVersion":"0.8.0.3","firmwareVersion":"23.01A","checksum":"1234",
+            "checksumGood":true,"dipSwitches":[1,0,0,0,0,0,0,0],"rotateMode":3,
+            "rotationDegrees":270,"inputMode":2,"inputModeName":"Pen","functionButton1":false,
+            "functionButton2":true})")
+                             .object());
     }
 
-    // Without a daemon, commands that need it are refused and change nothing, while page and
-    // watch work on the files; a daemon that does not answer ends in "no reply".
-    void withoutADaemonOrItsReply() {
+    // First without a daemon, then with one and no panel connected (model 0).
+    void withoutADaemonOrAPanel() {
         writeState(317);
+        test::writeSmallDeviceList("Tavix \"TX\"\n\\317");  // a name to escape in a label
         QProcess watch;
         watch.start(QStringLiteral(TAVIX_PANELCTL), {QStringLiteral("watch")});
         QVERIFY(watch.waitForStarted());
+        const char *none = "the driver daemon is not running";
+        const QString profile = roots_->path(QStringLiteral("profile.json"));
+        QVERIFY(writeFileAtomically(profile.toStdString(),
+                                    "{\"model\":317,\"settings\":{\"range\":40}}"));
+        const QByteArray apply = ("apply " + profile).toUtf8();
+        const QByteArray report = ("report --json " + profile).toUtf8();
         const auto stored = readPlistFile(getSettingsFilePath(317));
-        for (const char *line :
-             {"set range 40", "calibrate start", "hotkey calibration Q", "dip", "selftest"}) {
-            const Outcome o = runTool(QLatin1String(line));
-            QCOMPARE(o.exit, 3);
-            QCOMPARE(o.err, QStringLiteral("tavix-panelctl: the driver daemon is not running\n"));
+        for (const QByteArray &line :
+             {QByteArray("set range 40"), QByteArray("calibrate start"),
+              QByteArray("hotkey calibration Q"), QByteArray("dip"), QByteArray("firmware"),
+              QByteArray("selftest"), report, apply}) {
+            checkRow({line.constData(), 3, "", none}, nullptr);
         }
+        checkRow({"metrics", 0, "",
+                  "tavix_daemon_up 0\ntavix_panel_connected 1\ntavix_driver_enabled 1\n"
+                  "tavix_panel_info{model=\"317\",name=\"Tavix \\\"TX\\\"\\n\\\\317\","
+                  "driver_version=\"0.8.0.3\"} 1\ntavix_panel_rotation_degrees 0\n"
+                  "tavix_metrics_errors 0\n"},
+                 nullptr);
         QCOMPARE(readPlistFile(getSettingsFilePath(317)), stored);  // the hot key was not stored
+        // The product folder named on the command line is the one read.
+        checkRow({"get range --folder-name Other", 1, "", "no panel is connected"}, nullptr);
+        checkRow({"get range --folder-name TavixTouchPanel", 0, "", "32\n"}, nullptr);
         QVERIFY(
             runTool(QStringLiteral("status")).out.contains(QStringLiteral("daemon: not running")));
         // By now watch has read the files it compares against.
         QCOMPARE(runTool(QStringLiteral("page hardware")).exit, 0);
         QCOMPARE(readPlistFile(getUilitiesFilePath())->intValue("currentPageIndex"), 2);
-        test::Recorder pane(kPreferencePortName);
-        QCOMPARE(runTool(QStringLiteral("page 3")).exit, 0);
-        QCOMPARE(pane.messages, QStringList{QStringLiteral("03")});
+        {
+            test::Recorder pane(kPreferencePortName);
+            QCOMPARE(runTool(QStringLiteral("page 3")).exit, 0);
+            QCOMPARE(pane.messages, QStringList{QStringLiteral("03")});
+        }
         SettingsDict change;
         change.set("DoubleClickRange", PlistValue(99));
         QVERIFY(saveSettingItemsToPlist(change, getSettingsFilePath(317)));
@@ -241,228 +257,123 @@ class PanelCtlTest : public QObject {
                                 "Settings_317.plist DoubleClickRange: 32 -> 99\n"));
 
         Sim sim(*roots_);
-        QVERIFY(sim.start("--vanish-on 1"));  // leaves without answering
-        const Outcome silent = runTool(QStringLiteral("set range 40"));
-        QCOMPARE(silent.exit, 4);
-        QVERIFY(silent.err.contains(QStringLiteral("no reply")));
-    }
-
-    void hardwareReportsAreDecoded() {
-        writeState(259);
-        ReportingDaemon daemon;
-        QVERIFY(daemon.port);
-        const auto hex = [](const char *h) { return QByteArray::fromHex(h); };
-        daemon.reports[COMMAND_GET_DIP_SW] = {hex("00f7")};
-        // Another report type first: passed over.
-        daemon.reports[COMMAND_GET_CHECKSUM_AND_VERSION] = {hex("00"), hex("063412002301ff")};
-        // Two reports of records (area, point, LED, sensor) make one run.
-        daemon.reports[COMMAND_START_SELF_TEST] = {
-            hex("01 01010000000000 01020000100000 02010000010000"),
-            hex("01 03010000110000 04010000000000 045b0000110000")};
-        const std::pair<const char *, const char *> rows[] = {
-            {"dip", "DIP switches 1-8: 1 0 0 0 0 0 0 0\n"},
-            {"dip --json", "{\"dipSwitches\":[1,0,0,0,0,0,0,0]}\n"},
-            {"firmware", "firmware version: 1.23\nchecksum: 1234 (OK)\n"},
-            {"selftest",
-             "self-test of Tavix TX-259 (hardware type 259)\n"
-             "  Top: LED check, sensor OK (2 points)\n"
-             "  Bottom: LED OK, sensor all failed (1 points)\n"
-             "  Left: LED all failed, sensor all failed (1 points)\n"
-             "  Right: LED OK, sensor OK (1 points)\n"
-             "  fault: Top point 2: LED\n"
-             "  fault: Bottom point 1: sensor\n"
-             "  fault: Left point 1: LED sensor\n"},
+        QVERIFY(sim.start("--incomplete-runs 1 --unknown-reports") && sim.ok("disconnect"));
+        const QByteArray statusJson =
+            "{\"daemonRunning\":true,\"driverEnabled\":true,\"model\":0,\"modelName\":null,"
+            "\"page\":2,\"settings\":{},\"settingsFile\":null}\n";
+        const char *noPanel = "no panel is connected";
+        const Row withoutPanel[] = {
+            {"status", 0, "",
+             "model: none (no panel connected)\ndaemon: running\ndriver: enabled\n"
+             "page: 2 (Hardware information)\nsettings: none\n"},
+            {"status --json", 0, "", statusJson.constData()},
+            {"get", 1, "", noPanel},
+            {"get range", 1, "", noPanel},
+            {"hotkey simple 5", 1, "", "no settings file for the connected model"},
+            {"export", 1, "", noPanel},
+            {apply.constData(), 1, "", noPanel},
+            // Commands go to the daemon, which drops settings while no panel is connected.
+            {"set range 40", 0, "01 28 00", ""},
+            {"calibrate start", 0, "17 00 00", ""},
+            {"dip", 0, "1A", "DIP switches 1-8: 1 0 0 1 0 0 0 0\n"},
+            {"firmware", 0, "1B", "firmware version:  1.24c\nchecksum: 3c5a (OK)\n"},
+            {"metrics", 0, "",
+             "tavix_daemon_up 1\ntavix_panel_connected 0\ntavix_driver_enabled 1\n"
+             "tavix_metrics_errors 0\n"},
+            {"page 1", 0, "", ""},
         };
-        for (const auto &[line, expected] : rows) {
-            const Outcome o = runTool(QLatin1String(line));
-            QVERIFY2(o.exit == 0, qPrintable(o.err));
-            QCOMPARE(o.out, QLatin1String(expected));
+        for (const Row &row : withoutPanel) {
+            checkRow(row, &sim);
         }
-        // A run that misses areas is repeated, ten runs in all; each starts from no records.
-        daemon.reports[COMMAND_START_SELF_TEST] = {hex("01 01010000000000 02010000010000")};
-        daemon.calls.clear();
-        const QJsonObject repeated =
-            QJsonDocument::fromJson(
-                runTool(QStringLiteral("selftest --json --timeout 100")).out.toUtf8())
-                .object();
-        QCOMPARE(repeated[QStringLiteral("missingAreas")].toInt(), 2);
-        QCOMPARE(repeated[QStringLiteral("areas")][0][QStringLiteral("tested")].toInt(), 1);
-        QCOMPARE(daemon.calls[COMMAND_START_SELF_TEST], 10);
-        // Too short for its layout: ignored, so no report comes in time.
-        daemon.reports[COMMAND_GET_DIP_SW] = {hex("00")};
-        QCOMPARE(runTool(QStringLiteral("dip --timeout 100")).exit, 4);
+        QCOMPARE(readPlistFile(getSettingsFilePath(317))->intValue("DoubleClickRange"), 99);
+        QCOMPARE(readPlistFile(getUilitiesFilePath())->intValue("currentPageIndex"), 1);
+
+        // Reports the tool waits for: a self-test run that misses areas is repeated from no
+        // records; other report types are passed over; reports too short are ignored.
+        QVERIFY(sim.ok(QStringLiteral("connect")));
+        checkRow({"selftest --json", 0, "1C|1C",
+                  "{\"areas\":[{\"area\":\"Top\",\"led\":\"OK\",\"sensor\":\"OK\",\"tested\":2},"
+                  "{\"area\":\"Left\",\"led\":\"OK\",\"sensor\":\"OK\",\"tested\":1}],"
+                  "\"faults\":[],\"hardwareType\":317,\"missingAreas\":0}\n"},
+                 &sim);
+        QVERIFY(sim.ok(QStringLiteral("short on")));
+        checkRow({"dip --timeout 100", 4, "1A", "no report from the driver daemon in time"}, &sim);
+        QVERIFY(sim.ok(QStringLiteral("short off")));
+        checkRow({"dip", 0, "1A", "DIP switches 1-8: 1 0 0 1 0 0 0 0\n"}, &sim);
         // The settings window's Hardware information page holds the report port.
         auto window =
             LocalMessagePort::create(QString::fromLatin1(kHardwareInfoPortName),
                                      [](qint32, const QByteArray &) { return QByteArray(); });
-        const Outcome held = runTool(QStringLiteral("firmware"));
-        QCOMPARE(held.exit, 1);
-        QVERIFY(held.err.contains(QStringLiteral("settings window holds the port")));
+        checkRow({"firmware", 1, "", "settings window holds the port"}, &sim);
+        // Metrics count each answer that did not come, and still describe the panel.
+        const char *partial =
+            "tavix_daemon_up 1\ntavix_panel_connected 1\ntavix_driver_enabled 1\n"
+            "tavix_panel_info{model=\"317\",name=\"Tavix \\\"TX\\\"\\n\\\\317\","
+            "driver_version=\"0.8.0.3\"} 1\n"
+            "tavix_panel_rotation_degrees 0\ntavix_metrics_errors 2\n";
+        checkRow({"metrics", 0, "", partial}, &sim);
+        window.reset();
+        QVERIFY(sim.ok(QStringLiteral("noreply on")));
+        checkRow({"metrics --timeout 200", 0, "1A|1B", partial}, &sim);
+        QVERIFY(sim.ok(QStringLiteral("noreply off; vanish 1")));
+        checkRow({"set range 40", 4, "01 28 00", "no reply"}, &sim);
     }
 
-    // Each profile in turn against the simulator: exit status, the bytes it receives, the lines
-    // printed (for a refusal: part of the error). A refusal sends nothing, even when other
-    // entries of the profile are good.
+    // Each profile in turn: a refusal sends nothing, even when other entries are good.
     void profilesApplyOnlyWhatDiffers() {
         Sim sim(*roots_);
         QVERIFY(sim.start());
-        const char *differ =
-            "{\"model\":317,\"settings\":{\"range\":40,\"swipe\":false},\"hotkeys\":{"
-            "\"calibration\":\"K\"}}";
+        const char *differ = R"({"model":317,"settings":{"range":40,"swipe":false},)"
+                             R"("hotkeys":{"calibration":"K"}})";
         const char *changes = "range: 32 -> 40\nswipe: on -> off\ncalibration-hotkey: C -> K\n";
-        const char *other = "{\"model\":259,\"settings\":{\"range\":50}}";
-        const struct {
-            const char *profile, *options;
-            int exit;
-            const char *bytes, *text;
-        } rows[] = {
-            {differ, "--check", 5, "", changes},
-            {differ, "", 0, "01 28 00|08 00 00|18 4B", changes},
-            {differ, "", 0, "", ""},  // the second time nothing differs
-            {differ, "--check", 0, "", ""},
-            {other, "", 2, "", "profile is for model 259"},
-            {other, "--check --any-model", 5, "", "range: 40 -> 50\n"},
-            {"{\"model\":317,\"settings\":{\"range\":50,\"speed\":1.5}}", "", 2, "", "speed"},
-            {"{\"model\":317,\"settings\":{\"range\":7}}", "", 2, "", "from 8 to 128"},
-            {"{\"model\":317,\"settings\":{\"swipe\":\"on\"}}", "", 2, "", "on, off"},
-            {"{\"model\":317,\"settings\":{\"volume\":3}}", "", 2, "",
-             "unknown setting \"volume\""},
-            {"{\"model\":317,\"colour\":1}", "", 2, "", "unknown key \"colour\""},
-            {"{\"model\":317,\"hotkeys\":{\"pen\":\"A\"}}", "", 2, "", "unknown hot key"},
-            {"{\"model\":317,\"hotkeys\":{\"simple\":\"K\"}}", "", 2, "", "must differ"},
-            {"{\"settings\":{\"range\":50}}", "", 2, "", "no whole-number \"model\""},
-            {"{\"model\":317,", "", 2, "", "not a profile"},
+        const char *other = R"({"model":259,"settings":{"range":50}})";
+        // Each profile with the options that go with it, as a row.
+        const std::pair<const char *, Row> rows[] = {
+            {differ, {"--check", 5, "", changes}},
+            {differ, {"", 0, "01 28 00|08 00 00|18 4B", changes}},
+            {differ, {"", 0, "", ""}},  // the second time nothing differs
+            {differ, {"--check", 0, "", ""}},
+            {other, {"", 2, "", "profile is for model 259"}},
+            {other, {"--check --any-model", 5, "", "range: 40 -> 50\n"}},
             // Swapped hot keys: the pair differs in the end, so both are sent.
-            {"{\"model\":317,\"hotkeys\":{\"simple\":\"K\",\"calibration\":\"S\"}}", "", 0,
-             "18 53|19 4B", "calibration-hotkey: K -> S\nsimple-hotkey: S -> K\n"},
+            {R"({"model":317,"hotkeys":{"simple":"K","calibration":"S"}})",
+             {"", 0, "18 53|19 4B", "calibration-hotkey: K -> S\nsimple-hotkey: S -> K\n"}},
         };
+        // "PROFILE|part of the error": nothing is sent, even when other entries are good.
+        const QString refused = QStringLiteral(
+            R"({"model":317,"settings":{"range":50,"speed":1.5}}|speed;)"
+            R"({"model":317,"settings":{"range":7}}|from 8 to 128;)"
+            R"({"model":317,"settings":{"swipe":"on"}}|on, off;)"
+            R"({"model":317,"settings":{"volume":3}}|setting "volume";)"
+            R"({"model":317,"settings":5}|must be an object;{"model":317,"colour":1}|key "colour";)"
+            R"({"model":317,"hotkeys":{"pen":"A"}}|unknown hot key;)"
+            R"({"model":317,"hotkeys":{"simple":"S"}}|must differ;)"
+            R"({"settings":{"range":50}}|no whole-number "model";{"model":317,|not a profile)");
         const QString file = roots_->path(QStringLiteral("profile.json"));
-        for (const auto &row : rows) {
-            QVERIFY(writeFileAtomically(file.toStdString(), row.profile));
-            const qsizetype before = sim.log().size();
-            const Outcome o =
-                runTool(QStringLiteral("apply %1 %2").arg(file, QLatin1String(row.options)));
-            const QString text = QString::fromUtf8(row.text);
-            QVERIFY2(o.exit == row.exit && (row.exit == 2 ? o.err.contains(text) : o.out == text),
-                     qPrintable(QStringLiteral("%1: exit %2, %3%4")
-                                    .arg(QLatin1String(row.profile))
-                                    .arg(o.exit)
-                                    .arg(o.out, o.err)));
-            QCOMPARE(sim.log().mid(before).join(u'|'), QString::fromLatin1(row.bytes));
+        const auto apply = [&](const QByteArray &profile, Row row) {
+            QVERIFY(writeFileAtomically(file.toStdString(), profile.toStdString()));
+            const QByteArray line = ("apply " + file + " " + row.line).toUtf8();
+            row.line = line.constData();
+            checkRow(row, &sim);
+        };
+        for (const auto &[profile, row] : rows) {
+            apply(profile, row);
         }
-        // The hot keys are stored where the Calibration page reads them.
-        const auto stored = readPlistFile(getSettingsFilePath(317));
-        QCOMPARE(stored->stringValue("CalibrationHotKey"), std::string("S"));
-        QCOMPARE(stored->stringValue("SimpleHotKey"), std::string("K"));
+        for (const QString &refusal : refused.split(u';')) {
+            const QByteArray text = refusal.section(u'|', 1).toUtf8();
+            apply(refusal.section(u'|', 0, 0).toUtf8(), {"", 2, "", text.constData()});
+        }
         // What export writes, apply takes back without a change.
         QCOMPARE(runTool(QStringLiteral("export --output ") + file).exit, 0);
-        const Outcome again = runTool(QStringLiteral("apply --check ") + file);
-        QCOMPARE(again.exit, 0);
-        const QJsonObject exported =
-            QJsonDocument::fromJson(readSmallFile(file.toStdString(), 1 << 16)->c_str()).object();
-        QCOMPARE(exported["settings"]["range"].toInt(), 40);
-        QCOMPARE(exported["settings"]["swipe"].toBool(), false);
-        QCOMPARE(exported["hotkeys"]["simple"].toString(), QStringLiteral("K"));
-    }
-
-    // The metrics file in each state of the daemon and panel, as node_exporter's textfile
-    // collector serves it: every series the row names appears, those it rules out do not,
-    // and promtool finds the file valid.
-    void metricsReachNodeExporter() {
-        writeState(317);
-        // A name that needs escaping in a label value.
-        const std::string list = readSmallFile(getSupportDeviceListFilePath(), 1 << 20).value();
-        const std::string plain = "Tavix TX-317";
-        std::string odd = list;
-        odd.replace(odd.find(plain), plain.size(), "Tavix \"TX\"\n\\317");
-        QVERIFY(writeFileAtomically(getSupportDeviceListFilePath(), odd));
-        const QString folder = roots_->path(QStringLiteral("textfile"));
-        QVERIFY(QDir().mkpath(folder));
-        const int port = freePort();
-        QVERIFY(port != 0);
-        QProcess exporter;
-        exporter.start(
-            QStringLiteral(TAVIX_NODE_EXPORTER),
-            {QStringLiteral("--collector.disable-defaults"), QStringLiteral("--collector.textfile"),
-             QStringLiteral("--collector.textfile.directory=") + folder,
-             QStringLiteral("--web.listen-address=127.0.0.1:%1").arg(port)});
-        const QString url = QStringLiteral("http://127.0.0.1:%1/metrics").arg(port);
-        const auto scrape = [&] {
-            return runProgram(QStringLiteral(TAVIX_CURL), {QStringLiteral("-sf"), url}).out;
-        };
-        QVERIFY(QTest::qWaitFor([&] { return !scrape().isEmpty(); }, 10000));
-
-        std::unique_ptr<Sim> sim;
-        const struct {
-            const char *sim;  // nullptr: no daemon; "": the running one; else start with these
-            const char *console, *options;
-            QStringList present, absent;
-        } rows[] = {
-            {nullptr,
-             "",
-             "",
-             {"tavix_daemon_up 0", "tavix_panel_connected 1",
-              "model=\"317\",name=\"Tavix \\\"TX\\\"\\n\\\\317\"}"},
-             {"tavix_panel_dip_switch", "firmware="}},
-            {"--faulty-led 1:2 --dip-byte 0xF7",
-             "",
-             "--selftest",
-             {"tavix_daemon_up 1",
-              "checksum=\"3c5a\",driver_version=\"0.8.0.3\",firmware=\"1.24c\",model=\"317\"",
-              "tavix_panel_dip_switch{switch=\"1\"} 1", "tavix_panel_dip_switch{switch=\"8\"} 0",
-              "tavix_selftest_failed_points{kind=\"led\"} 1",
-              "tavix_selftest_failed_points{kind=\"sensor\"} 0",
-              "tavix_selftest_area_ok{area=\"Top 1\",kind=\"led\"} 0",
-              "tavix_selftest_area_ok{area=\"Top 2\",kind=\"led\"} 1",
-              "tavix_panel_firmware_checksum_ok 1", "tavix_selftest_last_run_timestamp_seconds 1.",
-              "tavix_metrics_errors 0"},
-             {}},
-            {"",
-             "disconnect",
-             "",
-             {"tavix_panel_connected 0", "tavix_daemon_up 1"},
-             {"tavix_panel_info", "tavix_selftest"}},
-            {"--never-reply",
-             "",
-             "--timeout 200",
-             {"tavix_daemon_up 1", "tavix_metrics_errors 2"},
-             {"tavix_panel_dip_switch", "firmware="}},
-        };
-        const QString file = folder + QStringLiteral("/tavix-panel.prom");
-        for (const auto &row : rows) {
-            if (row.sim == nullptr || *row.sim != '\0') {
-                sim.reset();
-            }
-            if (row.sim != nullptr && *row.sim != '\0') {
-                sim = std::make_unique<Sim>(*roots_);
-                QVERIFY(sim->start(row.sim));
-                QCOMPARE(sim->console(QStringLiteral("connect")).left(3), QStringLiteral("ok:"));
-            }
-            if (*row.console) {
-                QCOMPARE(sim->console(QLatin1String(row.console)).left(3), QStringLiteral("ok:"));
-            }
-            const Outcome o = runTool(
-                QStringLiteral("metrics --output %1 %2").arg(file, QLatin1String(row.options)));
-            QCOMPARE(o.exit, 0);
-            QCOMPARE(o.out, QString());
-            QProcess check;
-            check.start(QStringLiteral(TAVIX_PROMTOOL),
-                        {QStringLiteral("check"), QStringLiteral("metrics")});
-            check.write(readSmallFile(file.toStdString(), 1 << 20).value().c_str());
-            check.closeWriteChannel();
-            QVERIFY(check.waitForFinished(15000));
-            QVERIFY2(check.exitCode() == 0, check.readAllStandardOutput().constData());
-            const QString served = scrape();
-            QVERIFY(served.contains(QStringLiteral("node_textfile_scrape_error 0")));
-            for (const QString &line : row.present) {
-                QVERIFY2(served.contains(line), qPrintable(line + QLatin1Char('\n') + served));
-            }
-            for (const QString &line : row.absent) {
-                QVERIFY2(!served.contains(line), qPrintable(line));
-            }
-        }
-        exporter.terminate();
-        QVERIFY(exporter.waitForFinished(5000));
+        QCOMPARE(runTool(QStringLiteral("apply --check ") + file).exit, 0);
+        QCOMPARE(readJson(file),
+                 QJsonDocument::fromJson(
+                     R"({"model":317,"hotkeys":{"calibration":"S","simple":"K"},"settings":{
+                     "range":40,"speed":0.5,"swipe":false,"pinch":true,"two-finger-rotation":true,
+                     "button1":true,"button2":true,"input-mode":"standard","resolution-notice":true,
+                     "eraser-area":true,"calibration-type":"simple","simple-setting":0,
+                     "rotation":"0"}})")
+                     .object());
     }
 };
 

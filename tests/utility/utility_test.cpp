@@ -1,5 +1,4 @@
-// The status-bar utility in this process (and once as its program) on a private bus, with a
-// stand-in daemon and settings window that record what reaches them.
+// The status-bar utility: its state display and menu, what its actions send, and its program.
 #include <QAccessible>
 #include <QAction>
 #include <QMenu>
@@ -39,6 +38,18 @@ void press(const StatusBarUtility &u, const char *name) {
     QFAIL(name);
 }
 
+// A letter per item of the menu, then of its simple setting menu (disabled with it): "o" usable,
+// "X" usable and checked, "-" disabled, "x" disabled and checked, " " a separator.
+QString menuState(const StatusBarUtility &u) {
+    const auto *sub = u.menu()->findChild<QMenu *>(QStringLiteral("simpleSettingMenu"));
+    QString letters;
+    for (const QAction *a : u.menu()->actions() + sub->actions()) {
+        const bool on = a->isEnabled() && (a->parent() != sub || sub->isEnabled());
+        letters += QLatin1Char(a->isSeparator() ? ' ' : "-xoX"[on * 2 + a->isChecked()]);
+    }
+    return letters;
+}
+
 }  // namespace
 
 class UtilityTest : public QObject {
@@ -62,33 +73,43 @@ class UtilityTest : public QObject {
     }
     void cleanup() { roots_.reset(); }
 
-    // Changes of the shared state file show at the next poll.
-    void iconAndToolTipFollowTheStateFile() {
+    // The state, tool tip, one picture per state and the menu follow the files at the next poll.
+    void iconToolTipAndMenuFollowTheFiles() {
         writeState(0, true);
         auto u = make();
         QCOMPARE(u->start(), StatusBarUtility::StartResult::Started);
         const struct {
             int model;
             bool driver;
+            int type, row;  // the model's CalibrationType and SimpleCalibrationType
             State state;
-            const char *tip;
+            const char *tip, *menu;
             QLocale::Language language = QLocale::English;
         } rows[] = {
-            {317, true, State::Connected, "Touch panel connected: Tavix TX-317"},
-            {317, false, State::DriverDisabled, "The touch panel driver is disabled"},
-            {999, true, State::Connected, "Touch panel connected: 999"},
-            {0, true, State::NoPanel, "No touch panel connected"},
-            {317, false, State::DriverDisabled, "Der Touch-Panel-Treiber ist deaktiviert",
-             QLocale::German},
+            {317, true, 0, 2, State::Connected, "Touch panel connected: Tavix TX-317",
+             "oooo Xoo- oooX"},
+            {317, true, 2, 1, State::Connected, "Touch panel connected: Tavix TX-317",
+             "oooo o-Xo o-x-"},
+            {317, false, 1, 0, State::DriverDisabled, "The touch panel driver is disabled",
+             "oooo x--- ox--"},
+            {999, true, 1, 0, State::Connected, "Touch panel connected: 999", "oooo o-Xo ox--"},
+            {0, true, 1, 1, State::NoPanel, "No touch panel connected", "oooo x--- ox--"},
+            {317, false, 0, 0, State::DriverDisabled, "Der Touch-Panel-Treiber ist deaktiviert",
+             "oooo x--- ox--", QLocale::German},
         };
-        // One picture per state, different for each.
         std::map<State, QImage> pictures;
         for (const auto &row : rows) {
             installUtilityTranslations(QLocale(row.language));
+            SettingsDict settings = settingItemsDefaults();
+            settings.set("CalibrationType", PlistValue(row.type));
+            settings.set("SimpleCalibrationType", PlistValue(row.row));
+            QVERIFY(writePlistFileAtomically(settings, getSettingsFilePath(row.model)));
             writeState(row.model, row.driver);
             QVERIFY(QTest::qWaitFor(
                 [&] { return u->state() == row.state && u->modelType() == row.model; }, 1000));
+            Q_EMIT u->menu()->aboutToShow();
             QCOMPARE(u->trayIcon()->toolTip(), QLatin1String(row.tip));
+            QCOMPARE(menuState(*u), QLatin1String(row.menu));
             const QImage now = u->trayIcon()->icon().pixmap(32).toImage();
             for (const auto &[state, picture] : pictures) {
                 QCOMPARE(picture == now, state == row.state);
@@ -117,6 +138,7 @@ class UtilityTest : public QObject {
             {317, "simpleCalibration", "12 00 00"}, {317, "manualCalibration", "12 01 00"},
             {317, "simpleSetting0", "13 00 00"},    {317, "simpleSetting2", "13 02 00"},
             {259, "startCalibration", "17 00 00"},  {0, "startCalibration", ""},
+            {0, "manualCalibration", ""},
         };
         for (const auto &row : rows) {
             writeState(row.model, true);
@@ -139,9 +161,15 @@ class UtilityTest : public QObject {
         QTRY_COMPARE(window.messages, QStringList{QStringLiteral("03")});
         QCOMPARE(launches_, 1);
         QCOMPARE(readPlistFile(getUilitiesFilePath())->intValue("currentPageIndex"), 2);
+        // A click on the icon opens the stored page; Quit asks the program to end.
+        Q_EMIT u->trayIcon()->activated(QSystemTrayIcon::Trigger);
+        QTRY_COMPARE(window.messages.join(u'|'), QStringLiteral("03|02"));
+        QSignalSpy quit(u.get(), &StatusBarUtility::quitRequested);
+        press(*u, "quit");
+        QCOMPARE(quit.count(), 1);
     }
 
-    // The program itself: its help, switched off, a second copy, and the quit request.
+    // The program itself: switched off, a second copy, and the quit request.
     void programRefusesAndQuitsAsAsked() {
         const auto run = [](const QStringList &args, int exit, const char *text) {
             QProcess p;
@@ -158,10 +186,8 @@ class UtilityTest : public QObject {
         first.start(QStringLiteral(TAVIX_UTILITY), QStringList());
         QTRY_VERIFY_WITH_TIMEOUT(
             RemoteMessagePort::lookup(QString::fromLatin1(kStatusBarPortName)).has_value(), 5000);
-        run({QStringLiteral("--help")}, 0, "quits it through the port \"TTSB\"");
         run({}, 1, "another copy is already running");
-        // Only the exact request (the last row) quits it; each message is answered with no data,
-        // so a quit too early leaves the next message unanswered.
+        // Only the exact request (last) quits it: a quit too early leaves the next one unanswered.
         const std::pair<qint32, QByteArray> rows[] = {{0, "SBQT"},
                                                       {kStatusBarQuitMsgId, "SBQ"},
                                                       {kStatusBarQuitMsgId, "SBQTX"},
