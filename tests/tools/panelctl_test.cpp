@@ -5,6 +5,10 @@
 #include <QRegularExpression>
 #include <QtTest/QtTest>
 
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
 #include "commands.h"
 #include "daemonchannel.h"
 #include "hardware_reports.h"
@@ -78,6 +82,19 @@ void writeState(int model) {
 QJsonObject readJson(const QString &file) {
     return QJsonDocument::fromJson(readSmallFile(file.toStdString(), 1 << 20).value_or("").c_str())
         .object();
+}
+
+// A loopback TCP port that nothing listens on at the moment of asking.
+int freePort() {
+    const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t size = sizeof address;
+    auto *generic = reinterpret_cast<sockaddr *>(&address);
+    const bool ok = ::bind(fd, generic, size) == 0 && ::getsockname(fd, generic, &size) == 0;
+    ::close(fd);
+    return ok ? ntohs(address.sin_port) : 0;
 }
 
 }  // namespace
@@ -374,6 +391,45 @@ class PanelCtlTest : public QObject {
                      "eraser-area":true,"calibration-type":"simple","simple-setting":0,
                      "rotation":"0"}})")
                      .object());
+    }
+
+    // The metrics file as node_exporter's textfile collector serves it: a faulty LED is a failed
+    // point, a disconnected panel is 0, and the collector finds no error in the file.
+    void metricsReachNodeExporter() {
+        writeState(317);
+        const QString folder = roots_->path(QStringLiteral("textfile"));
+        QVERIFY(QDir().mkpath(folder));
+        const int port = freePort();
+        QProcess exporter;
+        exporter.start(QStringLiteral(TAVIX_NODE_EXPORTER),
+                       {"--collector.disable-defaults", "--collector.textfile",
+                        "--collector.textfile.directory=" + folder,
+                        QStringLiteral("--web.listen-address=127.0.0.1:%1").arg(port)});
+        const auto scrape = [&] {
+            QProcess curl;
+            curl.start(QStringLiteral(TAVIX_CURL),
+                       {"-sf", QStringLiteral("http://127.0.0.1:%1/metrics").arg(port)});
+            curl.waitForFinished(10000);
+            return QString::fromUtf8(curl.readAllStandardOutput());
+        };
+        QVERIFY(port != 0 && QTest::qWaitFor([&] { return !scrape().isEmpty(); }, 10000));
+        Sim sim(*roots_);
+        QVERIFY(sim.start("--faulty-led 1:2") && sim.ok("connect"));
+        const QString file = folder + QStringLiteral("/tavix-panel.prom");
+        const auto served = [&](const char *options) {
+            const Outcome o = runTool(QStringLiteral("metrics --output %1 %2").arg(file, options));
+            return o.exit == 0 ? scrape() : QString();
+        };
+        const QString healthy = served("--selftest");
+        for (const char *line : {"node_textfile_scrape_error 0", "tavix_panel_connected 1",
+                                 "tavix_selftest_failed_points{kind=\"led\"} 1",
+                                 "tavix_selftest_area_ok{area=\"Top\",kind=\"led\"} 0"}) {
+            QVERIFY2(healthy.contains(QLatin1String(line)), line);
+        }
+        QVERIFY(sim.ok("disconnect"));
+        QVERIFY(served("").contains(QLatin1String("tavix_panel_connected 0")));
+        exporter.terminate();
+        QVERIFY(exporter.waitForFinished(5000));
     }
 };
 
