@@ -237,7 +237,9 @@ void StatusBarUtility::refreshMenu() {
     for (QAction *action : {simpleAction_, manualAction_, startAction_}) {
         action->setEnabled(usable);
     }
+    // The rows themselves too: a screen reader reaches them inside a disabled menu.
     simpleMenu_->setEnabled(usable && !manual);
+    simpleGroup_->setEnabled(usable && !manual);
     startAction_->setEnabled(usable && manual);
     (manual ? manualAction_ : simpleAction_)->setChecked(true);
     const QList<QAction *> rows = simpleGroup_->actions();

@@ -118,13 +118,15 @@ class UtilityTest : public QObject {
         }
     }
 
-    // The calibration actions send what the Calibration page sends, and only with a panel.
+    // The calibration actions send what the Calibration page sends, and only with a panel; the
+    // simple settings only in simple calibration (model 420 here), by mouse or screen reader.
     void menuActionsSendThePagesBytesOrOpenThePage() {
         writeState(317, true);
         SettingsDict settings = settingItemsDefaults();
         settings.set("CalibrationType", PlistValue(2));
         QVERIFY(writePlistFileAtomically(settings, getSettingsFilePath(317)));
         QVERIFY(writePlistFileAtomically(settings, getSettingsFilePath(259)));
+        QVERIFY(writePlistFileAtomically(settingItemsDefaults(), getSettingsFilePath(420)));
         test::Recorder daemon(kDaemonPortName);
         const QString marker = test::hexBytes(QByteArray(1, char(COMMAND_GET_DIP_SW)));
         auto u = make();
@@ -135,10 +137,15 @@ class UtilityTest : public QObject {
             const char *bytes;
         } rows[] = {
             {317, "startCalibration", "1F 00 00"},  // the second manual calibration is stored
-            {317, "simpleCalibration", "12 00 00"}, {317, "manualCalibration", "12 01 00"},
-            {317, "simpleSetting0", "13 00 00"},    {317, "simpleSetting2", "13 02 00"},
-            {259, "startCalibration", "17 00 00"},  {0, "startCalibration", ""},
+            {317, "simpleCalibration", "12 00 00"},
+            {317, "manualCalibration", "12 01 00"},
+            {420, "simpleSetting0", "13 00 00"},
+            {420, "simpleSetting2", "13 02 00"},
+            {317, "simpleSetting1", ""},
+            {259, "startCalibration", "17 00 00"},
+            {0, "startCalibration", ""},
             {0, "manualCalibration", ""},
+            {0, "simpleSetting1", ""},
         };
         for (const auto &row : rows) {
             writeState(row.model, true);
