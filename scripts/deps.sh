@@ -7,7 +7,7 @@ packages=(
   cmake ninja-build g++ pkg-config ccache
   qt6-base-dev qt6-base-private-dev qt6-base-dev-tools qt6-tools-dev qt6-tools-dev-tools qt6-l10n-tools libgl-dev
   libplist-dev libgtest-dev libgmock-dev libbenchmark-dev
-  dbus dbus-daemon xvfb xauth python3 clang-format
+  dbus dbus-daemon xvfb xauth python3 clang-format fonts-dejavu-core
   dpkg-dev lintian help2man
   prometheus prometheus-node-exporter curl
 )
