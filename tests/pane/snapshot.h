@@ -11,14 +11,19 @@
 #include <QStyleHints>
 #include <QWidget>
 
+#include <utility>
+
 namespace tavix::test {
 
 // Empty when `widget` looks as the reference `name` shows it; else where the new picture is.
 inline QString snapshotMismatch(QWidget *widget, const QString &name) {
     QGuiApplication::styleHints()->setCursorFlashTime(0);  // a caret that does not blink
-    // This machine's name and addresses differ from machine to machine: fixed ones stand in.
-    if (auto *computer = widget->findChild<QLabel *>(QStringLiteral("compName_"))) {
-        computer->setText(QStringLiteral("computer"));
+    // This machine's name, addresses and pointer differ from run to run: fixed ones stand in.
+    for (const auto &[objectName, text] :
+         {std::pair{"compName_", "computer"}, std::pair{"mouseCoordinate_", "x=10, y=10"}}) {
+        if (auto *label = widget->findChild<QLabel *>(QLatin1String(objectName))) {
+            label->setText(QLatin1String(text));
+        }
     }
     if (auto *addresses = widget->findChild<QComboBox *>(QStringLiteral("IPAddr_"))) {
         addresses->clear();
