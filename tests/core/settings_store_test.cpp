@@ -11,7 +11,6 @@
 #include <fstream>
 #include <functional>
 #include <sstream>
-#include <thread>
 
 #include "atomic_file.h"
 #include "paths.h"
@@ -173,26 +172,14 @@ TEST_F(StoreTest, MergesCreateNoDefaultsKeepPermissionsAndFailCleanlyWithoutAFol
     EXPECT_FALSE(writePlistFileAtomically(utilitiesDefaults(), home_ + "/no/such/folder/x.plist"));
 }
 
-// Another writer creating the file while the defaults are filled in: the first creator wins.
-TEST_F(StoreTest, DefaultsNeverReplaceAFileCreatedMeanwhile) {
+// The defaults go in only under a free name: a file someone else created first is kept whole.
+TEST_F(StoreTest, ExclusiveCreateNeverReplacesAFile) {
     const std::string path = getUilitiesFilePath();
-    const std::string theirBytes = serializePlist(dictOf({{"currentDeviceType", 317}}));
-    int theyWon = 0;
-    for (int round = 0; round < 200; ++round) {
-        fs::remove(path);
-        bool theirsCreated = false;
-        std::thread other([&] {
-            theirsCreated = createFileExclusively(path, theirBytes) == CreateOutcome::Created;
-        });
-        const SettingsDict ours = readUtilitiesDictionary();
-        other.join();
-        theyWon += theirsCreated ? 1 : 0;
-        EXPECT_EQ(readPlistFile(path)->intValue("currentDeviceType"), theirsCreated ? 317 : 0)
-            << "round " << round;
-        EXPECT_FALSE(ours.empty()) << "round " << round;
-    }
-    EXPECT_GT(theyWon, 0);
-    EXPECT_LT(theyWon, 200);
+    EXPECT_EQ(createFileExclusively(path, "theirs"), CreateOutcome::Created);
+    EXPECT_EQ(createFileExclusively(path, "ours"), CreateOutcome::Existed);
+    EXPECT_EQ(createFileExclusively(home_ + "/no/folder", "x"), CreateOutcome::Failed);
+    EXPECT_TRUE(readUtilitiesDictionary().empty());
+    EXPECT_EQ(readBytes(path), "theirs");
 }
 
 // Writers in four processes at once: the lock loses no update, and as every write lands
