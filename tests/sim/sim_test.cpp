@@ -66,10 +66,16 @@ class SimTest : public QObject {
         }
     }
 
-    // A second simulator finds the port owned, writes nothing and leaves the first serving.
+    // The defaults of its options; a second simulator finds the port owned, writes nothing and
+    // leaves the first serving.
     void startAnnouncesThePanelAndCreatesItsFiles() {
         Sim sim(*roots_);
         QVERIFY(sim.start());
+        // What an option left out means.
+        QCOMPARE(sim.console(QStringLiteral("status")),
+                 QStringLiteral("ok: model 317, connected, 0 commands received, delay 0 ms, "
+                                "answering, vanish on never; 0 self-test runs, 0 reports sent, "
+                                "button reports off"));
         Sim second(*roots_);
         QVERIFY(!second.start("--model 259"));
         QCOMPARE(second.exitCode(), 1);
