@@ -103,7 +103,8 @@ class PanelCtlTest : public QObject {
         // "LINE|BYTES", ";" between them; each changes a setting, "get" then reads all back.
         const QString sets = QStringLiteral(
             "set range 8|01 08 00;set range 128|01 80 00;set speed 0.3|02 33 33 33 33 33 33 D3 3F;"
-            "set speed 1|02 00 00 00 00 00 00 F0 3F;set speed 0.75|02 00 00 00 00 00 00 E8 3F;set swipe off|08 00 00;"
+            "set speed 1|02 00 00 00 00 00 00 F0 3F;set speed 0.75|02 00 00 00 00 00 00 E8 3F;set "
+            "swipe off|08 00 00;"
             "set two-finger-rotation off|09 00 00;set pinch off|0B 00 00;"
             "set button1 off|0D 00 00;set button2 on|0E 01 00;set input-mode pen|0F 02 00;"
             "set resolution-notice off|10 00 00;set eraser-area off|11 00 00;"
