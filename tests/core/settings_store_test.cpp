@@ -170,7 +170,7 @@ TEST_F(StoreTest, ConcurrentWritersLoseNoUpdateAndReadersNeverSeeATornFile) {
     ASSERT_NE(::mkdtemp(folder), nullptr);
     const std::string path = std::string(folder) + "/Utilities.plist";
     ASSERT_TRUE(writePlistFileAtomically(utilitiesDefaults(), path));
-    constexpr int kWriters = 4, kUpdates = 2000;
+    constexpr int kWriters = 4, kUpdates = 3000;
     for (int w = 0; w < kWriters; ++w) {
         if (::fork() == 0) {
             const std::string key = "counter" + std::to_string(w);
