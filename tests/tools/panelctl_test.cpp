@@ -67,14 +67,6 @@ void checkRow(const Row &row, const Sim *sim) {
     QCOMPARE(sim ? sim->log().mid(before).join(u'|') : QString(), QLatin1String(row.bytes));
 }
 
-void writeState(int model) {
-    SettingsDict state = utilitiesDefaults();
-    state.set("currentDeviceType", PlistValue(model));
-    QVERIFY(writePlistFileAtomically(state, getUilitiesFilePath()));
-    QVERIFY(writePlistFileAtomically(settingItemsDefaults(), getSettingsFilePath(model)));
-    test::writeSmallDeviceList();
-}
-
 QJsonObject readJson(const QString &file) {
     return QJsonDocument::fromJson(readSmallFile(file.toStdString(), 1 << 20).value_or("").c_str())
         .object();
@@ -209,7 +201,10 @@ class PanelCtlTest : public QObject {
 
     // First without a daemon, then with one and no panel connected (model 0).
     void withoutADaemonOrAPanel() {
-        writeState(317);
+        SettingsDict state = utilitiesDefaults();
+        state.set("currentDeviceType", PlistValue(317));
+        QVERIFY(writePlistFileAtomically(state, getUilitiesFilePath()));
+        QVERIFY(writePlistFileAtomically(settingItemsDefaults(), getSettingsFilePath(317)));
         test::writeSmallDeviceList("Tavix \"TX\"\n\\317");  // a name to escape in a label
         QProcess watch;
         watch.start(QStringLiteral(TAVIX_PANELCTL), {QStringLiteral("watch")});
