@@ -1,10 +1,7 @@
-// For the bus tests around the panel simulator: temporary HOME, its process, a recording port.
+// For the bus tests around the panel simulator: its process, and a port that records messages.
 #pragma once
 
-#include <QByteArray>
-#include <QDir>
 #include <QProcess>
-#include <QTemporaryDir>
 #include <QtTest/QtTest>
 
 #include <functional>
@@ -13,29 +10,9 @@
 #include "atomic_file.h"
 #include "messageport.h"
 #include "paths.h"
+#include "test_support.h"
 
 namespace tavix::test {
-
-// Points HOME and TAVIX_SYSTEM_LIBRARY at fresh temporary folders for the life of the object.
-class TempRoots {
-  public:
-    TempRoots() {
-        QVERIFY2(dir_.isValid(), "no temporary folder");
-        QDir().mkpath(path(QStringLiteral("home")));
-        QDir().mkpath(path(QStringLiteral("system/Library")));
-        qputenv("HOME", path(QStringLiteral("home")).toLocal8Bit());
-        qputenv("TAVIX_SYSTEM_LIBRARY", path(QStringLiteral("system/Library")).toLocal8Bit());
-    }
-    QString path(const QString &name) const { return dir_.filePath(name); }
-
-  private:
-    QTemporaryDir dir_;
-};
-
-// "01 20 00": upper-case byte pairs separated by single spaces.
-inline QString hexBytes(const QByteArray &bytes) {
-    return QString::fromLatin1(bytes.toHex(' ').toUpper());
-}
 
 // The per-user folder name the tools take when they have no string table.
 inline void useShippedFolderName() {
