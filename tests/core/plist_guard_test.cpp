@@ -72,6 +72,12 @@ TEST(PlistGuardTest, HostileFilesAreRefusedForTheRightReason) {
         objects.push_back("\x09");
         return binaryPlist(objects);
     };
+    // A good binary list with one trailer byte changed: 6 offset size, 23 root (low byte).
+    const auto trailer = [&](int at, char value) {
+        std::string bytes = binaryPlist({dict, key, "\x09"});
+        bytes[bytes.size() - 32 + at] = value;
+        return bytes;
+    };
     struct Case {
         const char *label;
         std::string bytes;
@@ -117,6 +123,8 @@ TEST(PlistGuardTest, HostileFilesAreRefusedForTheRightReason) {
         {"binary UTF-16 text", binaryPlist({dict, key, std::string("\x61\x00\xE9", 3)}), V::Accept},
         {"binary offset table shorter than the count", shortTable, V::Malformed},
         {"binary header only", "bplist00", V::Malformed},
+        {"binary offset size 0", trailer(6, 0), V::Malformed},
+        {"binary root one past the last object", trailer(23, 3), V::Malformed},
         {"binary nesting at the limit", chain(limit - 2, '\xA1'), V::Accept},
         {"binary one level past the limit", chain(limit - 1, '\xA1'), V::TooDeep},
         {"binary doubling graph", chain(40, '\xA2'), V::Malformed},

@@ -1,12 +1,17 @@
-// The panel simulator as a process: files it writes, console, replies and reports, faults.
+// The panel simulator as a process (files, console, replies, reports, faults), the command
+// channel against it, and the sample device list it installs.
 #include <QtTest/QtTest>
+
+#include <signal.h>
 
 #include <memory>
 #include <optional>
+#include <set>
 
 #include "atomic_file.h"
 #include "commands.h"
 #include "daemonchannel.h"
+#include "device_list.h"
 #include "hardware_reports.h"
 #include "settings_store.h"
 #include "sim_support.h"
@@ -42,11 +47,87 @@ class SimTest : public QObject {
 
   private:
     std::unique_ptr<test::TempRoots> roots_;
+    static bool known() { return RemoteMessagePort::tracked(kDaemonPortName).has_value(); }
 
   private Q_SLOTS:
     void initTestCase() { test::useShippedFolderName(); }
     void init() { roots_ = std::make_unique<test::TempRoots>(); }
     void cleanup() { roots_.reset(); }
+
+    // The command channel as the daemon comes, hangs and dies: presence, no waits, failures.
+    void presenceFollowsTheBusWithoutALookupPerCommand() {
+        QVERIFY(!known() && !SendDataToRemotePort(makeCommand(COMMAND_GET_DIP_SW)));
+        Sim sim(*roots_);
+        QVERIFY(sim.start() && QTest::qWaitFor(known, 10000));
+        int answered = 0;
+        const auto count = [&](bool ok, const QByteArray &) { answered += ok; };
+        // The first command sets up what every later one reuses.
+        QVERIFY(SendDataToRemotePort(makeCommandU8(COMMAND_SET_MOUSE_ACTION, 0), count));
+        QVERIFY(QTest::qWaitFor([&] { return answered == 1; }, 10000));
+        // Owner queries and match rules on the bus: the set-up a command must not repeat.
+        QProcess monitor;
+        monitor.start(QStringLiteral("dbus-monitor"), {"--session", "--profile"});
+        QVERIFY(monitor.waitForStarted(5000) && monitor.waitForReadyRead(5000));
+        QByteArray seen;
+        const auto lookups = [&] {
+            monitor.waitForReadyRead(200);
+            seen += monitor.readAll();
+            return seen.count("\tGetNameOwner") + seen.count("\tAddMatch");
+        };
+        const qsizetype before = lookups();
+        for (int i = 0; i < 20; ++i) {  // answered without a report, so without a lookup of its own
+            QVERIFY(SendDataToRemotePort(makeCommandU8(COMMAND_SET_MOUSE_ACTION, 0), count));
+        }
+        QVERIFY(QTest::qWaitFor([&] { return answered == 21; }, 10000));
+        QCOMPARE(lookups(), before);
+        monitor.kill();
+        monitor.waitForFinished(5000);
+
+        // Stopped, it cannot answer before it is killed: sends return at once and the event
+        // loop keeps turning while the calls wait.
+        const auto pid = static_cast<pid_t>(sim.process.processId());
+        ::kill(pid, SIGSTOP);
+        int failed = 0, ticks = 0;
+        QTimer ticker;
+        QObject::connect(&ticker, &QTimer::timeout, [&ticks] { ++ticks; });
+        ticker.start(5);
+        for (int i = 0; i < 50; ++i) {
+            QVERIFY(SendDataToRemotePort(makeCommandU16(COMMAND_SET_DOUBLE_CLICK_RANGE, 32 + i),
+                                         [&](bool ok, const QByteArray &) { failed += !ok; }));
+        }
+        std::optional<std::optional<std::int32_t>> heard;
+        QObject page;
+        QVERIFY(sendStartSelfTest(&page, [&](std::optional<std::int32_t> t) { heard = t; }));
+        QCOMPARE(ticks, 0);  // every send returned without waiting
+        QVERIFY2(QTest::qWaitFor([&] { return ticks > 20; }, 1000), "the event loop stood still");
+        ::kill(pid, SIGKILL);
+        QVERIFY(QTest::qWaitFor([&] { return failed == 50 && heard.has_value(); }, 5000));
+        QCOMPARE(*heard, std::optional<std::int32_t>());
+        QVERIFY(QTest::qWaitFor([] { return !known(); }, 5000));
+        QVERIFY(!SendDataToRemotePort(makeCommand(COMMAND_GET_DIP_SW)));
+    }
+
+    // The shipped list: XML, each model once (compared on 16 bits), areas numbered in order and
+    // point numbers that travel as single bytes.
+    void shippedDeviceListDescribesEachModelOnce() {
+        const std::string path = TAVIX_DATA_DIR "/DeviceList.plist";
+        const auto list = readDeviceList(path);
+        QVERIFY(list && readSmallFile(path, 1 << 20)->rfind("<?xml", 0) == 0);
+        std::set<std::int64_t> models;
+        for (const DeviceEntry &e : *list) {
+            QVERIFY(e.modelType >= 1 && e.modelType <= 65535 && models.insert(e.modelType).second);
+            QVERIFY(!e.name.empty() && !e.productIDs.empty() && e.manufacturerID >= 1);
+            QVERIFY(e.hasLEDSensorArray && e.areas.size() >= 2 && e.areas.size() <= 255);
+            std::set<std::string> labels;
+            for (std::size_t a = 0; a < e.areas.size(); ++a) {
+                const AreaDefinition &area = e.areas[a];
+                QVERIFY(labels.insert(area.label).second && !area.label.empty());
+                QVERIFY(area.pointCount >= 1 && area.pointCount <= 255);
+                QCOMPARE(area.index, std::int64_t(a + 1));
+            }
+        }
+        QCOMPARE(models.count(317) + models.count(259), 2u);
+    }
 
     // A bad option value ends it with status 2, nothing written; the lowest good values start it.
     void commandLineOptions() {
@@ -66,10 +147,16 @@ class SimTest : public QObject {
         }
     }
 
-    // A second simulator finds the port owned, writes nothing and leaves the first serving.
+    // The defaults of its options; a second simulator finds the port owned, writes nothing and
+    // leaves the first serving.
     void startAnnouncesThePanelAndCreatesItsFiles() {
         Sim sim(*roots_);
         QVERIFY(sim.start());
+        // What an option left out means.
+        QCOMPARE(sim.console(QStringLiteral("status")),
+                 QStringLiteral("ok: model 317, connected, 0 commands received, delay 0 ms, "
+                                "answering, vanish on never; 0 self-test runs, 0 reports sent, "
+                                "button reports off"));
         Sim second(*roots_);
         QVERIFY(!second.start("--model 259"));
         QCOMPARE(second.exitCode(), 1);

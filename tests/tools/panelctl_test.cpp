@@ -5,10 +5,6 @@
 #include <QRegularExpression>
 #include <QtTest/QtTest>
 
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
-
 #include "commands.h"
 #include "daemonchannel.h"
 #include "hardware_reports.h"
@@ -71,30 +67,9 @@ void checkRow(const Row &row, const Sim *sim) {
     QCOMPARE(sim ? sim->log().mid(before).join(u'|') : QString(), QLatin1String(row.bytes));
 }
 
-void writeState(int model) {
-    SettingsDict state = utilitiesDefaults();
-    state.set("currentDeviceType", PlistValue(model));
-    QVERIFY(writePlistFileAtomically(state, getUilitiesFilePath()));
-    QVERIFY(writePlistFileAtomically(settingItemsDefaults(), getSettingsFilePath(model)));
-    test::writeSmallDeviceList();
-}
-
 QJsonObject readJson(const QString &file) {
     return QJsonDocument::fromJson(readSmallFile(file.toStdString(), 1 << 20).value_or("").c_str())
         .object();
-}
-
-// A loopback TCP port that nothing listens on at the moment of asking.
-int freePort() {
-    const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t size = sizeof address;
-    auto *generic = reinterpret_cast<sockaddr *>(&address);
-    const bool ok = ::bind(fd, generic, size) == 0 && ::getsockname(fd, generic, &size) == 0;
-    ::close(fd);
-    return ok ? ntohs(address.sin_port) : 0;
 }
 
 }  // namespace
@@ -119,12 +94,13 @@ class PanelCtlTest : public QObject {
                       "--faulty-led 2:* --faulty-sensor 2:1"));
         // "LINE|BYTES", ";" between them; each changes a setting, "get" then reads all back.
         const QString sets = QStringLiteral(
-            "set range 8|01 08 00;set range 128|01 80 00;"
-            "set speed 0.75|02 00 00 00 00 00 00 E8 3F;set swipe off|08 00 00;"
+            "set range 8|01 08 00;set range 128|01 80 00;set speed 0.3|02 33 33 33 33 33 33 D3 3F;"
+            "set speed 1|02 00 00 00 00 00 00 F0 3F;set speed 0.75|02 00 00 00 00 00 00 E8 3F;set "
+            "swipe off|08 00 00;"
             "set two-finger-rotation off|09 00 00;set pinch off|0B 00 00;"
             "set button1 off|0D 00 00;set button2 on|0E 01 00;set input-mode pen|0F 02 00;"
             "set resolution-notice off|10 00 00;set eraser-area off|11 00 00;"
-            "set simple-setting 2|13 02 00;set rotation 270|15 03 00;"
+            "set simple-setting 0|13 00 00;set simple-setting 2|13 02 00;set rotation 270|15 03 00;"
             "set calibration-type simple|12 00 00;hotkey calibration k|18 4B;"
             "hotkey simple 7|19 37");
         for (const QString &set : sets.split(u';')) {
@@ -177,7 +153,8 @@ class PanelCtlTest : public QObject {
         }
         // Refusals ("LINE|part of the error", ";" between them) send nothing.
         const QString refusals = QStringLiteral(
-            "set range 7|from 8 to 128;set speed 0.29|0.30 to 1.00;set swipe yes|on, off;"
+            "set range 7|from 8 to 128;set range 129|from 8 to 128;set speed 0.29|0.30 to 1.00;"
+            "set speed 1.01|0.30 to 1.00;set simple-setting 3|from 0 to 2;set swipe yes|on, off;"
             "set rotation 45|0, 90, 180, 270;set volume 3|valid names: range, speed;"
             "set range|set takes NAME VALUE;calibrate stop|calibrate takes;"
             "hotkey calibration 7|already the simple hot key;"
@@ -224,7 +201,10 @@ class PanelCtlTest : public QObject {
 
     // First without a daemon, then with one and no panel connected (model 0).
     void withoutADaemonOrAPanel() {
-        writeState(317);
+        SettingsDict state = utilitiesDefaults();
+        state.set("currentDeviceType", PlistValue(317));
+        QVERIFY(writePlistFileAtomically(state, getUilitiesFilePath()));
+        QVERIFY(writePlistFileAtomically(settingItemsDefaults(), getSettingsFilePath(317)));
         test::writeSmallDeviceList("Tavix \"TX\"\n\\317");  // a name to escape in a label
         QProcess watch;
         watch.start(QStringLiteral(TAVIX_PANELCTL), {QStringLiteral("watch")});
@@ -302,6 +282,17 @@ class PanelCtlTest : public QObject {
         for (const Row &row : withoutPanel) {
             checkRow(row, &sim);
         }
+        // A driver switched off reads 0; the metrics file holds exactly what is printed.
+        QVERIFY(sim.ok(QStringLiteral("driver off")));
+        checkRow({"metrics", 0, "",
+                  "tavix_daemon_up 1\ntavix_panel_connected 0\ntavix_driver_enabled 0\n"
+                  "tavix_metrics_errors 0\n"},
+                 &sim);
+        const QString prom = roots_->path(QStringLiteral("tavix.prom"));
+        QCOMPARE(runTool(QStringLiteral("metrics --output ") + prom).exit, 0);
+        QCOMPARE(readSmallFile(prom.toStdString(), 1 << 20).value_or(""),
+                 runTool(QStringLiteral("metrics")).out.toStdString());
+        QVERIFY(sim.ok(QStringLiteral("driver on")));
         QCOMPARE(readPlistFile(getSettingsFilePath(317))->intValue("DoubleClickRange"), 99);
         QCOMPARE(readPlistFile(getUilitiesFilePath())->intValue("currentPageIndex"), 1);
 
@@ -391,45 +382,6 @@ class PanelCtlTest : public QObject {
                      "eraser-area":true,"calibration-type":"simple","simple-setting":0,
                      "rotation":"0"}})")
                      .object());
-    }
-
-    // The metrics file as node_exporter's textfile collector serves it: a faulty LED is a failed
-    // point, a disconnected panel is 0, and the collector finds no error in the file.
-    void metricsReachNodeExporter() {
-        writeState(317);
-        const QString folder = roots_->path(QStringLiteral("textfile"));
-        QVERIFY(QDir().mkpath(folder));
-        const int port = freePort();
-        QProcess exporter;
-        exporter.start(QStringLiteral(TAVIX_NODE_EXPORTER),
-                       {"--collector.disable-defaults", "--collector.textfile",
-                        "--collector.textfile.directory=" + folder,
-                        QStringLiteral("--web.listen-address=127.0.0.1:%1").arg(port)});
-        const auto scrape = [&] {
-            QProcess curl;
-            curl.start(QStringLiteral(TAVIX_CURL),
-                       {"-sf", QStringLiteral("http://127.0.0.1:%1/metrics").arg(port)});
-            curl.waitForFinished(10000);
-            return QString::fromUtf8(curl.readAllStandardOutput());
-        };
-        QVERIFY(port != 0 && QTest::qWaitFor([&] { return !scrape().isEmpty(); }, 10000));
-        Sim sim(*roots_);
-        QVERIFY(sim.start("--faulty-led 1:2") && sim.ok("connect"));
-        const QString file = folder + QStringLiteral("/tavix-panel.prom");
-        const auto served = [&](const char *options) {
-            const Outcome o = runTool(QStringLiteral("metrics --output %1 %2").arg(file, options));
-            return o.exit == 0 ? scrape() : QString();
-        };
-        const QString healthy = served("--selftest");
-        for (const char *line : {"node_textfile_scrape_error 0", "tavix_panel_connected 1",
-                                 "tavix_selftest_failed_points{kind=\"led\"} 1",
-                                 "tavix_selftest_area_ok{area=\"Top\",kind=\"led\"} 0"}) {
-            QVERIFY2(healthy.contains(QLatin1String(line)), line);
-        }
-        QVERIFY(sim.ok("disconnect"));
-        QVERIFY(served("").contains(QLatin1String("tavix_panel_connected 0")));
-        exporter.terminate();
-        QVERIFY(exporter.waitForFinished(5000));
     }
 };
 
