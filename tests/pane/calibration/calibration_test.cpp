@@ -8,8 +8,10 @@
 #include "calibration/radiomatrix.h"
 #include "pane_test_support.h"
 #include "properties_env.h"
+#include "snapshot.h"
 
 using namespace tavix;
+using tavix::test::row, tavix::test::rows;
 using namespace std::chrono_literals;
 
 namespace {
@@ -54,20 +56,6 @@ struct KeySink : QWidget {
     int presses = 0;
     void keyPressEvent(QKeyEvent *e) override { presses += e->key() < Qt::Key_Shift ? 1 : 0; }
 };
-
-// Table-driven tests name their rows after the first member of each entry.
-template <typename T, std::size_t N>
-void rows(const T (&table)[N]) {
-    QTest::addColumn<int>("i");
-    for (std::size_t i = 0; i < N; ++i) {
-        QTest::newRow(table[i].name) << int(i);
-    }
-}
-template <typename T, std::size_t N>
-const T &row(const T (&table)[N]) {
-    QFETCH(int, i);
-    return table[i];
-}
 
 // The whole page as the settings file and the lists leave it (1920 wide is listed, 1024 is not):
 // each matrix's cells (X/O checked or not, lower case when disabled, "-" when hidden), whether
@@ -278,7 +266,7 @@ class CalibrationTest : public QObject, public test::PaneFixture {
         QCOMPARE(chordCharacter(Qt::Key_Ampersand, 0, ScanCodes::Unknown, de), "6");
     }
 
-    // Nothing is sent, the file keeps its type, and no widget covers another.
+    // Nothing is sent and the file keeps its type; the first states as pictures.
     void pageState_data() { rows(kStates); }
     void pageState() {
         const State &s = row(kStates);
@@ -289,6 +277,10 @@ class CalibrationTest : public QObject, public test::PaneFixture {
         }
         makePage(s.model, {display("DP-9", s.width, 1080, 1, 1)}, file);
         QCOMPARE(shown(), QString(s.shown));
+        if (&s - kStates < 3) {  // the type's matrices, each where it belongs
+            const QString name = "calibration-" + QString(s.name).replace(' ', '-');
+            QCOMPARE(test::snapshotMismatch(window_.get(), name), QString());
+        }
         expectSent({});
         QCOMPARE(readPlistFile(path())->intValue("CalibrationType"), s.type);
         // Without the file the simple setting goes back to row 0; the type and keys stay.
@@ -365,7 +357,9 @@ class CalibrationTest : public QObject, public test::PaneFixture {
                                                                   : "HotKey.calibration.title"));
                 auto *keys = win->findChild<QComboBox *>();
                 keys->setCurrentIndex(keys->findText(key));
-                QCOMPARE(test::layoutFaults(win), QStringList{});
+                if (&row(kHotKeys) == kHotKeys) {
+                    QCOMPARE(test::snapshotMismatch(win, "calibration-hotkey-window"), QString());
+                }
                 QTimer::singleShot(0, this, [&] {
                     if (auto *box =
                             qobject_cast<QMessageBox *>(QApplication::activeModalWidget())) {
@@ -397,63 +391,6 @@ class CalibrationTest : public QObject, public test::PaneFixture {
         QCOMPARE(after.st_ino != before.st_ino, stored);  // replaced, even when unchanged
         QCOMPARE(w<QPushButton>(button)->text(), file ? localizedText("HotKeyString") + now : "");
         expectSent(*sent ? QStringList{sent} : QStringList{});
-    }
-
-    // While the hot-key window is open: page switches from the port wait until it has closed, and
-    // are dropped when the pane is unselected meanwhile; when the page in use changes in the file,
-    // the monitor ends a key-changed alert over the window but leaves the window up (the daemon
-    // being gone, the confirmed key does not close it either).
-    void underTheHotKeyWindow_data() {
-        QTest::addColumn<int>("how");
-        QTest::newRow("window closed") << 0;
-        QTest::newRow("pane unselected") << 1;
-        QTest::newRow("monitor, alert over it") << 2;
-    }
-    void underTheHotKeyWindow() {
-        QFETCH(int, how);
-        test::writeUtilities(test::utilities(317, true, 0));
-        gModelType = 317;
-        QVERIFY(writePlistFileAtomically(settings(0, 0, 0), path()));
-        TavixTouchPanelPref::Options options;
-        options.monitorPeriod = 20ms;
-        pane_ = std::make_unique<TavixTouchPanelPref>(std::move(options));
-        view()->show();
-        pane_->mainViewDidLoad();
-        pane_->willSelect();
-        QCOMPARE(tabView()->currentIndex(), 0);
-        QSignalSpy passes(pane_.get(), &TavixTouchPanelPref::statePolled);
-        bool alertEnded = how != 2;
-        how == 2 ? daemon_.stop() : void();
-        whileModal(
-            [&] {
-                QTest::mouseClick(view()->findChild<QPushButton *>("calibrationBtn_"),
-                                  Qt::LeftButton);
-            },
-            [&] {
-                auto *win = qobject_cast<QDialog *>(QApplication::activeModalWidget());
-                if (how == 2) {
-                    QTimer::singleShot(0, this, [&] {  // under the alert
-                        test::writeUtilities(test::utilities(317, true, 2));
-                        QTRY_VERIFY(QApplication::activeModalWidget() == win);
-                        passes.clear();
-                        alertEnded = true;
-                    });
-                    win->findChild<QComboBox *>()->setCurrentText("K");
-                    QTest::mouseClick(win->findChild<QPushButton *>("hotKeySet"), Qt::LeftButton);
-                    QTRY_VERIFY(passes.count() >= 3);
-                    QVERIFY(win->isVisible());
-                    return;
-                }
-                QVERIFY(test::sendToPane(QByteArray(1, '\x01')) &&
-                        test::sendToPane(QByteArray(1, '\x03')));
-                QVERIFY(win->isVisible());
-                QCOMPARE(tabView()->currentIndex(), 0);
-                how ? pane_->willUnselect(), pane_->willSelect() : void();
-            });
-        QVERIFY(alertEnded && (how != 2 || daemon_.start()));
-        QVERIFY(test::sendToPane(QByteArray(1, '\x0a')));  // after whatever waited
-        QTRY_COMPARE(tabView()->currentIndex(), how ? 0 : 3);
-        QCOMPARE(test::readUtilities()->intValue("currentPageIndex"), how ? how == 2 ? 2 : 0 : 3);
     }
 };
 
