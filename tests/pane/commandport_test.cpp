@@ -1,11 +1,5 @@
 // What reaches the pane from outside: its command port, the state monitor, the status-bar switch.
-#include <QAccessible>
-#include <QAccessibleActionInterface>
-#include <QDialog>
-#include <QFileInfo>
 #include <QSaveFile>
-#include <QSignalSpy>
-#include <QtTest>
 
 #include "pane_test_support.h"
 

@@ -1,16 +1,10 @@
 // Shared pane test pieces: private folders, the state file, recording pages, a bus peer, syslog.
 #pragma once
 
-#include <QAbstractButton>
-#include <QAccessible>
-#include <QCheckBox>
-#include <QComboBox>
-#include <QLabel>
-#include <QLayout>
-#include <QTabWidget>
 #include <QTextDocumentFragment>
 #include <QtDBus/QDBusConnection>
 #include <QtTest>
+#include <QtWidgets>
 
 #include <syslog.h>
 #include <unistd.h>
