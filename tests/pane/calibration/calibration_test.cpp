@@ -279,6 +279,8 @@ class CalibrationTest : public QObject, public test::PaneFixture {
         QCOMPARE(shown(), QString(s.shown));
         if (&s - kStates < 3) {  // the type's matrices, each where it belongs
             const QString name = "calibration-" + QString(s.name).replace(' ', '-');
+            QCoreApplication::sendPostedEvents(nullptr,
+                                               QEvent::LayoutRequest);  // as a person sees it
             QCOMPARE(test::snapshotMismatch(window_.get(), name), QString());
         }
         expectSent({});
