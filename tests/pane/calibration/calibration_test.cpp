@@ -229,6 +229,9 @@ class CalibrationTest : public QObject, public test::PaneFixture {
             {display("DP-2", 1919.6, 1080.9, kVendor, kProduct)}, "1919 * 1080", "matched DP-2");
         add("no early exit", 500, {display("DP-6", 1280, 720, 98, 8)}, "1280 * 720",
             "matched DP-6");
+        std::vector<DisplayInfo> many(kMaxOnlineDisplays, hdmi);
+        many.push_back(panel);
+        add("only the first 32 looked at", 317, many, "1280 * 720", "fallback HDMI-A-1");
         add("no Display", 400, {display("DP-7", 1280, 720, 0, 0)}, "1280 * 720", "fallback DP-7");
     }
     void displayChoice() {
