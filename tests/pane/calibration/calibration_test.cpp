@@ -3,6 +3,8 @@
 
 #include <sys/stat.h>
 
+#include <bit>
+
 #include "calibration/calibrationviewclt.h"
 #include "calibration/hotkeychord.h"
 #include "calibration/radiomatrix.h"
@@ -50,11 +52,13 @@ SettingsDict settings(int calibrationType, int simpleType, int rotateMode) {
     return d;
 }
 
-// Counts the key presses that reach it, leaving out the modifier keys QTest presses first.
+// Counts the key presses that reach it, apart from those of the modifier keys QTest presses first.
 struct KeySink : QWidget {
     explicit KeySink(QWidget *parent) : QWidget(parent) { setFocusPolicy(Qt::StrongFocus); }
-    int presses = 0;
-    void keyPressEvent(QKeyEvent *e) override { presses += e->key() < Qt::Key_Shift ? 1 : 0; }
+    int presses = 0, modifierPresses = 0;
+    void keyPressEvent(QKeyEvent *e) override {
+        ++(e->key() < Qt::Key_Shift ? presses : modifierPresses);
+    }
 };
 
 // The page as the settings file and the lists leave it (1920 wide is listed, 1024 is not), each
@@ -322,6 +326,7 @@ class CalibrationTest : public QObject, public test::PaneFixture {
         keys->setCurrentIndex(-1);
         QTest::keyClick(sink_, Qt::Key(c.key), Qt::KeyboardModifiers(c.modifiers));
         QCOMPARE(sink_->presses, c.consumed ? 0 : 1);
+        QCOMPARE(sink_->modifierPresses, std::popcount(unsigned(c.modifiers)));  // never a chord
         expectSent(c.sent);
         // The calibration key selects the simple-switch key in the window: kept so.
         QCOMPARE(keys->currentText(), c.sent.endsWith("12 01 00") ? "S" : "");
