@@ -145,8 +145,10 @@ class CommandPortTest : public QObject, PaneFixture {
     }
 
     // Each pass, woken at once by a replaced file (an hour between periodic passes here), takes
-    // the model and the verbose flag from it, never writing it; an unreadable file reads as no
-    // panel. Only the life-cycle calls and the port take the driver.
+    // the model and the verbose flag from it; an unreadable file reads as no panel. Only the
+    // life-cycle calls and the port take the driver. Only a refresh flag that reads as 1 (true or
+    // 1) is a request: written back as false, the rest kept, the Calibration page refreshed once.
+    // Nothing else writes the file.
     void monitorFollowsTheFile() {
         writeUtilities(utilities(317, true, 0));
         startPane(false, std::chrono::hours(1));
@@ -154,51 +156,39 @@ class CommandPortTest : public QObject, PaneFixture {
         const auto plist = [](const SettingsDict &d) {
             return QByteArray::fromStdString(serializePlist(d));
         };
-        const std::tuple<QByteArray, int, bool> files[] = {
-            {plist(utilities(259, false, 0, true)), 259, true},
-            {"not a property list", 0, false},
-            {plist(utilities(317, true, 0)), 317, false},
-            {plist(utilities(0, true, 0, true)), 0, true}};
-        for (const auto &[file, model, verbose] : files) {
+        const auto flagged = [&](const PlistValue &flag) {
+            SettingsDict d = utilities(317, true, 0);
+            d.set("RefreshCalibrationType", flag);
+            d.set("DriverSideKey", "kept");
+            return plist(d);
+        };
+        const std::tuple<QByteArray, int, bool, QByteArray> files[] = {
+            // and the file afterwards
+            {plist(utilities(259, false, 0, true)), 259, true, {}},
+            {"not a property list", 0, false, {}},
+            {flagged(true), 317, false, flagged(false)},
+            {flagged(2), 317, false, {}},
+            {flagged(1), 317, false, flagged(false)},
+            {flagged("YES"), 317, false, {}},
+            {plist(utilities(0, true, 0, true)), 0, true, {}}};
+        for (const auto &[file, model, verbose, after] : files) {
+            log_.clear();
             QSignalSpy spy(pane_.get(), &TavixTouchPanelPref::statePolled);
             QSaveFile out(utilitiesPath());
             QVERIFY(out.open(QIODevice::WriteOnly) && out.write(file) == file.size() &&
                     out.commit());
-            QVERIFY(QTest::qWaitFor([&] { return !spy.isEmpty() && gModelType.load() == model; },
-                                    5000));
+            const int refreshes = after.isEmpty() ? 0 : 1;
+            QVERIFY2(QTest::qWaitFor(
+                         [&] {
+                             return !spy.isEmpty() && gModelType.load() == model &&
+                                    utilitiesBytes() == (refreshes ? after : file) &&
+                                    log_.count("cal.updateUIState") == refreshes;
+                         },
+                         5000),
+                     file.constData());
             QCOMPARE(verboseLog.load(), verbose);
             QVERIFY(gDriverEnable.load());
-            QCOMPARE(utilitiesBytes(), file);
         }
-    }
-
-    // Only a flag that reads as 1 (true or 1) is a request: written back as false, the rest of the
-    // file kept, and the Calibration page refreshed once. Anything else leaves the file as it was.
-    void calibrationRefreshRequest_data() {
-        QTest::addColumn<std::optional<PlistValue>>("value");
-        QTest::addColumn<bool>("refresh");
-        QTest::newRow("true") << std::optional<PlistValue>(true) << true;
-        QTest::newRow("1") << std::optional<PlistValue>(1) << true;
-        QTest::newRow("2") << std::optional<PlistValue>(2) << false;
-        QTest::newRow("string YES") << std::optional<PlistValue>("YES") << false;
-        QTest::newRow("absent") << std::optional<PlistValue>() << false;
-    }
-    void calibrationRefreshRequest() {
-        QFETCH(std::optional<PlistValue>, value);
-        QFETCH(bool, refresh);
-        SettingsDict d = utilities(317, true, 0);
-        if (value) {
-            d.set("RefreshCalibrationType", *value);
-        }
-        d.set("DriverSideKey", "kept");
-        writeUtilities(d);
-        startPane(false, 20ms);
-        QVERIFY(waitForPasses(3));
-        QCOMPARE(log_.count(QStringLiteral("cal.updateUIState")), refresh ? 1 : 0);
-        if (refresh) {
-            d.set("RefreshCalibrationType", false);
-        }
-        QCOMPARE(utilitiesBytes(), QByteArray::fromStdString(serializePlist(d)));
     }
 
     // Windows over the Calibration page's own modal window stay only while there is a panel, the
