@@ -1,22 +1,17 @@
 // Shared pane test pieces: private folders, the state file, recording pages, a bus peer, syslog.
 #pragma once
 
-#include <QAbstractButton>
-#include <QAccessible>
-#include <QCheckBox>
-#include <QComboBox>
-#include <QLabel>
-#include <QLayout>
-#include <QTabWidget>
 #include <QTextDocumentFragment>
 #include <QtDBus/QDBusConnection>
 #include <QtTest>
+#include <QtWidgets>
 
 #include <syslog.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cstdio>
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -86,10 +81,13 @@ inline QByteArray utilitiesBytes() {
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-// A page controller that only writes down what it is asked, as "<page>.<call>".
+// A page controller that only writes down what it is asked, as "<page>.<call>"; its own modal
+// window is whatever `window` points to.
 class RecordingPage : public CalibrationPageController {
   public:
-    RecordingPage(const char *name, QStringList *log) : name_(name), log_(log) {}
+    RecordingPage(const char *name, QStringList *log, QWidget *const *window = nullptr)
+        : name_(name), log_(log), window_(window) {}
+    QWidget *modalWindow() const override { return window_ ? *window_ : nullptr; }
     void updateUIState() override { record("updateUIState"); }
     void unselectedView() override { record("unselectedView"); }
     void resetTabView() override { record("resetTabView"); }
@@ -100,6 +98,7 @@ class RecordingPage : public CalibrationPageController {
     void record(const char *call) { *log_ << name_ + QLatin1Char('.') + QLatin1String(call); }
     QString name_;
     QStringList *log_;
+    QWidget *const *window_;
 };
 
 // The environment, the pane under test with recording pages, and the calls they recorded.
@@ -113,14 +112,15 @@ class PaneFixture {
         gDriverEnable = false;
         verboseLog = false;
         _currentItemIndex = 0;
+        pageWindow_ = nullptr;
     }
     // Shows and loads a pane with recording pages; with `select`, the host then selects it.
     void startPane(bool select = false, std::chrono::milliseconds monitorPeriod = 1000ms) {
         TavixTouchPanelPref::Options options;
         options.monitorPeriod = monitorPeriod;
-        options.controllerFactory = [log = &log_](const PageWidgets &) {
+        options.controllerFactory = [log = &log_, window = &pageWindow_](const PageWidgets &) {
             PageControllers c;
-            c.calibrationVC_ = std::make_unique<RecordingPage>("cal", log);
+            c.calibrationVC_ = std::make_unique<RecordingPage>("cal", log, window);
             c.settingVC_ = std::make_unique<RecordingPage>("set", log);
             c.hardwareInformationVC_ = std::make_unique<RecordingPage>("hw", log);
             c.VersionVC_ = std::make_unique<RecordingPage>("ver", log);
@@ -142,28 +142,28 @@ class PaneFixture {
 
     TestEnvironment env_;
     QStringList log_;
+    QWidget *pageWindow_ = nullptr;  // the Calibration page's own modal window
     std::unique_ptr<TavixTouchPanelPref> pane_;
 };
 
-// What a screen reader can say of each object below `node`: its name and its value.
-inline void collectHeard(QAccessibleInterface *node, QHash<QObject *, QStringList> *heard,
-                         int depth = 0) {
-    if (node != nullptr && depth <= 64 && node->object()) {
-        heard->insert(node->object(), {node->text(QAccessible::Name).simplified(),
-                                       node->text(QAccessible::Value).simplified()});
-    }
-    for (int i = 0; node != nullptr && depth <= 64 && i < node->childCount(); ++i) {
-        collectHeard(node->child(i), heard, depth + 1);
-    }
-}
-
 // The visible labels and buttons under `root` whose text a screen reader cannot hear, as "name:
-// text": a label must be in the accessible tree with its own text as its name or value (alone or
-// as "caption: value"), a button's name holds its visible words, and a label that shows only blanks
-// needs a word of its own.
+// text": a label must be heard with its own text as its name or value (alone or as "caption:
+// value"), a button's name holds its visible words, and a label of blanks needs a word of its own.
 inline QStringList unheardLabels(QWidget *root) {
     QHash<QObject *, QStringList> heard;
-    collectHeard(QAccessible::queryAccessibleInterface(root), &heard);
+    const std::function<void(QAccessibleInterface *, int)> collect = [&](auto *node, int depth) {
+        if (node == nullptr || depth > 64) {
+            return;
+        }
+        if (node->object()) {
+            heard.insert(node->object(), {node->text(QAccessible::Name).simplified(),
+                                          node->text(QAccessible::Value).simplified()});
+        }
+        for (int i = 0; i < node->childCount(); ++i) {
+            collect(node->child(i), depth + 1);
+        }
+    };
+    collect(QAccessible::queryAccessibleInterface(root), 0);
     QStringList unheard;
     for (QWidget *label : root->findChildren<QWidget *>()) {
         QString text = label->property("text").toString();
@@ -171,17 +171,16 @@ inline QStringList unheardLabels(QWidget *root) {
         if (!label->isVisible() || text.isEmpty() || (!button && !qobject_cast<QLabel *>(label))) {
             continue;
         }
-        text = Qt::mightBeRichText(text) && !button
-                   ? QTextDocumentFragment::fromHtml(text).toPlainText()
-                   : text;
+        if (Qt::mightBeRichText(text) && !button) {
+            text = QTextDocumentFragment::fromHtml(text).toPlainText();
+        }
         text = text.remove(QLatin1Char('&')).simplified();  // a mnemonic is not said
         const QStringList said = heard.value(label);
         const QString name = QString(said.value(0)).remove(QLatin1Char('&'));
-        const bool ok =
-            !said.isEmpty() &&
-            (text.isEmpty() ? !name.isEmpty()
-             : button       ? name.contains(text)  // a control's name holds its visible words
-                            : name == text || said.value(1) == text || name.endsWith(": " + text));
+        const bool ok = !said.isEmpty() && (text.isEmpty() ? !name.isEmpty()
+                                            : button       ? name.contains(text)
+                                                     : name == text || said.value(1) == text ||
+                                                           name.endsWith(": " + text));
         if (!ok) {
             unheard << label->objectName() + QStringLiteral(": ") + text;
         }
@@ -239,11 +238,18 @@ inline int checkLaidOut(QWidget *window, QStringList *faults) {
     return int(leaves.size());
 }
 
-// The faults checkLaidOut finds in `window` as it is shown now.
-inline QStringList layoutFaults(QWidget *window) {
-    QStringList faults;
-    checkLaidOut(window, &faults);
-    return faults;
+// Table-driven tests name their rows after the first member of each entry.
+template <typename T, std::size_t N>
+void rows(const T (&table)[N]) {
+    QTest::addColumn<int>("i");
+    for (std::size_t i = 0; i < N; ++i) {
+        QTest::newRow(table[i].name) << int(i);
+    }
+}
+template <typename T, std::size_t N>
+const T &row(const T (&table)[N]) {
+    QFETCH(int, i);
+    return table[i];
 }
 
 // A second bus connection: messages reach the pane's port as from another program.
