@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "atomic_file.h"
 #include "hardware_report_writer.h"
 
 namespace tavix {
@@ -83,7 +84,8 @@ TEST(HardwareReportsTest, JsonStringsAreEscaped) {
     }
 }
 
-// Two whole reports: one with everything and a good checksum, one with a bad checksum and
+// Two whole reports, compared with the files under expected/: one with everything and a good
+// checksum, one with a bad checksum and
 // nothing else; the HTML's verdict classes decide what a reader sees green or red.
 TEST(HardwareReportsTest, ReportFilesHoldEveryFieldInPlace) {
     // Checksum bytes low then high; version bytes A, B, C (model 259 shows B.AA in nibbles).
@@ -99,76 +101,13 @@ TEST(HardwareReportsTest, ReportFilesHoldEveryFieldInPlace) {
     bare.modelType = 259;
     bare.firmware = ChecksumAndVersion{0x0F, 0xA0, 1, 0x23, 0x01, 0};
     bare.inputMode = 7;
-    EXPECT_EQ(hardwareReportJson(full), R"({
-  "format": 1,
-  "time": "2026-11-23T03:10:00Z",
-  "modelType": 317,
-  "modelName": "<TX>",
-  "driverVersion": "0.8.0.3 & \"1\"",
-  "firmwareVersion": " 1.02a",
-  "checksum": "1234",
-  "checksumGood": true,
-  "dipSwitches": [1, 0, 0, 0, 0, 0, 0, 0],
-  "rotateMode": 3,
-  "rotationDegrees": 270,
-  "inputMode": 2,
-  "inputModeName": "Pen",
-  "functionButton1": true,
-  "functionButton2": false,
-  "computerName": "desk",
-  "addresses": ["10.0.0.1", "fe80::1"],
-  "selfTest": {
-    "areas": [
-      {"area": 1, "label": "Top", "tested": 60, "ledFaults": 0, "sensorFaults": 0, "led": "OK", "sensor": "OK"},
-      {"area": 2, "label": "Left", "tested": 40, "ledFaults": 2, "sensorFaults": 40, "led": "Check", "sensor": "ALL"}
-    ],
-    "failedPoints": [
-      {"area": 2, "label": "Left", "point": 7, "led": false, "sensor": true},
-      {"area": 2, "label": "Left", "point": 9, "led": true, "sensor": false}
-    ]
-  }
-}
-)");
-    const std::string head =
-        "<!DOCTYPE html>\n<html><head><meta charset=\"utf-8\"><title>Touch panel report</title>\n"
-        "<style>body{font-family:sans-serif;margin:2em}table{border-collapse:collapse;margin-"
-        "bottom:"
-        "1em}td,th{border:1px solid #888;padding:2px 8px;text-align:left}.bad{color:#b00000;font-"
-        "weight:bold}.good{color:#006000}</style></head><body>\n<h1>Touch panel report</h1>\n";
-    EXPECT_EQ(hardwareReportHtml(full, "UE5H"), head + R"(<p>2026-11-23T03:10:00Z</p>
-<table>
-<tr><th>Model</th><td>&lt;TX&gt; (317)</td></tr>
-<tr><th>Driver version</th><td>0.8.0.3 &amp; &quot;1&quot;</td></tr>
-<tr><th>Firmware version</th><td> 1.02a</td></tr>
-<tr><th>Checksum</th><td>1234 <span class="good">OK</span></td></tr>
-<tr><th>DIP switches 1-8</th><td>10000000</td></tr>
-<tr><th>Rotation</th><td>270&deg;</td></tr>
-<tr><th>Input mode</th><td>Pen</td></tr>
-<tr><th>Function button 1</th><td>on</td></tr>
-<tr><th>Function button 2</th><td>off</td></tr>
-<tr><th>Computer</th><td>desk</td></tr>
-<tr><th>Addresses</th><td>10.0.0.1, fe80::1</td></tr>
-</table>
-<h2>Self-test</h2>
-<p><img alt="Self-test picture of the frame" src="data:image/png;base64,UE5H"></p>
-<table><tr><th>Area</th><th>Tested</th><th>LED</th><th>Sensor</th></tr>
-<tr><td>Top</td><td>60</td><td class="good">OK</td><td class="good">OK</td></tr>
-<tr><td>Left</td><td>40</td><td class="bad">Check</td><td class="bad">ALL</td></tr>
-</table>
-<table><tr><th>Area</th><th>Point</th><th>LED</th><th>Sensor</th></tr>
-<tr><td>Left</td><td>7</td><td></td><td>failed</td></tr>
-<tr><td>Left</td><td>9</td><td>failed</td><td></td></tr>
-</table>
-</body></html>
-)");
-    EXPECT_EQ(hardwareReportHtml(bare, "UE5H"),
-              head +
-                  "<p></p>\n<table>\n<tr><th>Model</th><td> (259)</td></tr>\n<tr><th>Driver "
-                  "version</th><td></td></tr>\n<tr><th>Firmware version</th><td>1.23</td></tr>\n"
-                  "<tr><th>Checksum</th><td>a00f <span class=\"bad\">NG</span></td></tr>\n<tr><th>"
-                  "Input mode</th><td>7</td></tr>\n<tr><th>Computer</th><td></td></tr>\n<tr><th>"
-                  "Addresses</th><td></td></tr>\n</table>\n<h2>Self-test</h2>\n<p>Not run.</p>\n"
-                  "</body></html>\n");
+    // The expected files open in a browser or a JSON viewer as a person would see them.
+    const auto expected = [](const char *name) {
+        return readSmallFile(std::string(TAVIX_EXPECTED_DIR "/") + name, 1 << 20).value_or("");
+    };
+    EXPECT_EQ(hardwareReportJson(full), expected("report-full.json"));
+    EXPECT_EQ(hardwareReportHtml(full, "UE5H"), expected("report-full.html"));
+    EXPECT_EQ(hardwareReportHtml(bare, "UE5H"), expected("report-bare.html"));
 }
 
 }  // namespace
