@@ -85,8 +85,8 @@ TEST(HardwareReportsTest, JsonStringsAreEscaped) {
 }
 
 // Two whole reports, compared with the files under expected/: one with everything and a good
-// checksum, one with a bad checksum and
-// nothing else; the HTML's verdict classes decide what a reader sees green or red.
+// checksum, one with a bad checksum and nothing else; the HTML's verdict classes decide what a
+// reader sees green or red.
 TEST(HardwareReportsTest, ReportFilesHoldEveryFieldInPlace) {
     // Checksum bytes low then high; version bytes A, B, C (model 259 shows B.AA in nibbles).
     // clang-format off
