@@ -1,36 +1,53 @@
 // The Properties page through its real widgets, its commands checked byte for byte at a daemon.
-#include <QAccessible>
-#include <QAccessibleActionInterface>
-#include <QCheckBox>
-#include <QComboBox>
-#include <QLineEdit>
-#include <QPushButton>
-#include <QSlider>
-#include <QTabWidget>
 #include <QtTest/QtTest>
+#include <QtWidgets>
 
-#include <memory>
 #include <optional>
 
+#include "../../platform/test_support.h"
+#include "../snapshot.h"
+#include "commands.h"
+#include "daemonchannel.h"
 #include "globals.h"
 #include "manualclock.h"
+#include "messageport.h"
 #include "paths.h"
-#include "properties_env.h"
 #include "settings_store.h"
 #include "settingviewctl.h"
+#include "systeminfo.h"
 #include "testview.h"
 
 using namespace tavix;
-using tavix::test::FakeSystemInfo;
 
 namespace {
 
 constexpr std::int32_t kModel = 4711;
 const QString kPlainLinux = QStringLiteral("Debian GNU/Linux 12 (bookworm)");
 
-void writeSettings(const SettingsDict &settings) {
-    QVERIFY(writePlistFileAtomically(settings, getSettingsFilePath(kModel)));
-}
+struct FakeSystemInfo final : SystemInfo {
+    explicit FakeSystemInfo(QString text) : version(std::move(text)) {}
+    QString operatingSystemVersionString() const override { return version; }
+    int systemMinorVersion() const override { return -1; }
+    QString version;
+};
+
+// The daemon's port on its own bus connection, recording each command as "01 2D 00".
+struct RecordingDaemon {
+    bool start() {
+        port = LocalMessagePort::create(
+            QString::fromLatin1(kDaemonPortName),
+            [this](qint32 msgid, const QByteArray &data) {
+                received << (msgid == 0 ? test::hexBytes(data)
+                                        : QStringLiteral("msgid %1").arg(msgid));
+                return QByteArray();
+            },
+            bus);
+        return port != nullptr;
+    }
+    QStringList received;
+    QDBusConnection bus = QDBusConnection::connectToBus(QDBusConnection::SessionBus, "daemon");
+    std::unique_ptr<LocalMessagePort> port;
+};
 
 SettingsDict dict(std::initializer_list<std::pair<const char *, PlistValue>> entries) {
     SettingsDict d;
@@ -38,6 +55,10 @@ SettingsDict dict(std::initializer_list<std::pair<const char *, PlistValue>> ent
         d.set(key, value);
     }
     return d;
+}
+
+void writeSettings(const SettingsDict &settings) {
+    QVERIFY(writePlistFileAtomically(settings, getSettingsFilePath(kModel)));
 }
 
 }  // namespace
@@ -50,7 +71,7 @@ class SettingViewCtlTest : public QObject {
   private:
     std::unique_ptr<test::TempRoots> roots_;
     std::unique_ptr<QTranslator> english_;
-    test::RecordingDaemon daemon_;
+    std::unique_ptr<RecordingDaemon> daemon_;
     test::ManualClock clock_;
     std::unique_ptr<QWidget> page_;
     SettingViewCtl *ctl_ = nullptr;
@@ -82,19 +103,20 @@ class SettingViewCtlTest : public QObject {
         QFile::remove(QString::fromStdString(getSettingsFilePath(kModel)));
         page_ = std::make_unique<QWidget>();
         page_->resize(640, 480);
-        ctl_ = new SettingViewCtl(page_.get(), std::make_shared<FakeSystemInfo>(kPlainLinux, -1),
+        ctl_ = new SettingViewCtl(page_.get(), std::make_shared<FakeSystemInfo>(kPlainLinux),
                                   page_.get());
         page_->show();
         QVERIFY(QTest::qWaitForWindowExposed(page_.get()));
         ctl_->updateUIState();
-        daemon_.received.clear();
+        daemon_->received.clear();
     }
-    // Waits for the marker and checks that exactly these commands came before it.
+    // Checks that exactly these commands came before a marker no page sends (sends keep their
+    // order, so once the marker has arrived everything sent earlier has arrived too).
     void expectSent(const QStringList &expected) {
-        test::sendMarker();
-        QTRY_COMPARE(daemon_.received.size(), expected.size() + 1);
-        QCOMPARE(daemon_.received, expected + QStringList{test::kMarker});
-        daemon_.received.clear();
+        SendDataToRemotePort(makeCommand(COMMAND_STOP_CHECK));
+        QTRY_COMPARE(daemon_->received.size(), expected.size() + 1);
+        QCOMPARE(daemon_->received, expected + QStringList{"20"});
+        daemon_->received.clear();
     }
     // The range on the slider (within its bounds), the text field and the three areas.
     void checkRangeShown(int range) {
@@ -134,13 +156,14 @@ class SettingViewCtlTest : public QObject {
         english_ = std::make_unique<QTranslator>();
         QVERIFY2(english_->load(":/i18n/properties_en.qm"), "the English table is not linked in");
         QCoreApplication::installTranslator(english_.get());
-        QVERIFY(daemon_.start());
+        daemon_ = std::make_unique<RecordingDaemon>();
+        QVERIFY(daemon_->start());
         gModelType = kModel;
     }
     void init() { makePage(); }
     void cleanup() {
         page_.reset();
-        daemon_.received.clear();
+        daemon_->received.clear();
     }
 
     // Return and focus loss both end editing; the formatter allows 8 to 128. Ending again
@@ -199,11 +222,11 @@ class SettingViewCtlTest : public QObject {
             checkRateShown(rate);
         }
         // Without a daemon the page still follows the slider, and nothing is kept for later.
-        daemon_.stop();
+        daemon_->port.reset();
         focus(w("rangeSlider_"));
         QTest::keyClick(w("rangeSlider_"), Qt::Key_Right);
         checkRangeShown(33);
-        QVERIFY(daemon_.start());
+        QVERIFY(daemon_->start());
         expectSent({});
     }
 
@@ -306,7 +329,7 @@ class SettingViewCtlTest : public QObject {
         if (file) {
             writeSettings(*file);
         }
-        ctl_->setSystemInfo(std::make_shared<FakeSystemInfo>(version, -1));
+        ctl_->setSystemInfo(std::make_shared<FakeSystemInfo>(version));
         ctl_->updateUIState();
         QCOMPARE((QList<int>{w<QCheckBox>("towFingerSwipeBtn_")->checkState(),
                              w<QCheckBox>("twoFingerRotationBtn1_")->checkState(),
@@ -328,6 +351,12 @@ class SettingViewCtlTest : public QObject {
             QVERIFY(w(name)->isVisible());
         }
         expectSent({});  // a refresh only mirrors what is stored
+        for (int tab = 0; pen && tab < tabs()->count(); ++tab) {  // the stored file, as it looks
+            tabs()->setCurrentIndex(tab);
+            QCOMPARE(test::snapshotMismatch(page_.get(),
+                                            QStringLiteral("properties-settings-tab%1").arg(tab)),
+                     QString());
+        }
     }
 
     // A measured double click sets the speed and sends it; a trial only toggles its circle.
