@@ -27,11 +27,12 @@ QByteArray bytes(std::initializer_list<int> list) {
     return b;
 }
 
-// A self-test report of (area, point, state byte) records.
-QByteArray records(std::initializer_list<std::array<int, 3>> list) {
+// A self-test report of "area:point:state" records, the state byte in hex ("1:2:10 3:1:0").
+QByteArray records(const QString &list) {
     QByteArray b(1, 1);
-    for (const auto &r : list) {
-        b += bytes({r[0], r[1], 0, 0, r[2], 0, 0});
+    for (const QString &record : list.split(' ')) {
+        const QStringList r = record.split(':');
+        b += bytes({r[0].toInt(), r[1].toInt(), 0, 0, r[2].toInt(nullptr, 16), 0, 0});
     }
     return b;
 }
@@ -235,12 +236,9 @@ class HardwareInformationViewCtlTest : public QObject {
             QCOMPARE(looks(1), QString());
             startTest();
             // Top good, Left with a failed LED and a failed sensor, Right all failed.
-            const int states[] = {0, 0, 0, 0, 0, 0x10, 0x01, 0, 0x11, 0x11, 0x11, 0x11};
-            QByteArray run(1, 1);
-            for (int i = 0; i < 12; ++i) {
-                run += bytes({i / 4 + 1, i % 4 + 1, 0, 0, states[i], 0, 0});
-            }
-            sendReport(run);
+            sendReport(
+                records("1:1:0 1:2:0 1:3:0 1:4:0 2:1:0 2:2:10 2:3:1 2:4:0 3:1:11 3:2:11 "
+                        "3:3:11 3:4:11"));
             QCOMPARE(looks(2), QString());
         }
         // Every value on every tab is heard as itself (a released button as a word), with no
@@ -357,17 +355,8 @@ class HardwareInformationViewCtlTest : public QObject {
         startTest();
         // Areas 1, 2, 0, 200, 1, 2: areas 0 and 200 and area 2's point 9 are skipped; the picture
         // shows each area's worst run.
-        sendReport(records({{1, 1, 0x10},
-                            {1, 2, 0x10},
-                            {1, 3, 0x10},
-                            {1, 4, 0x10},
-                            {2, 1, 1},
-                            {2, 2, 0},
-                            {2, 9, 17},
-                            {0, 1, 17},
-                            {200, 1, 17},
-                            {1, 1, 1},
-                            {2, 3, 0}}));
+        sendReport(
+            records("1:1:10 1:2:10 1:3:10 1:4:10 2:1:1 2:2:0 2:9:11 0:1:11 200:1:11 1:1:1 2:3:0"));
         QCOMPARE(rows("LEDTable_"), verdictRows({"Top|ALL", "Left|OK", "Top|OK", "Left|OK"}));
         QCOMPARE(rows("sensorTable_"), verdictRows({"Top|OK", "Left|Check", "Top|ALL", "Left|OK"}));
         QCOMPARE(rows("errTable_"),
@@ -386,14 +375,14 @@ class HardwareInformationViewCtlTest : public QObject {
         errors->selectRow(3);
         QSignalSpy resets(errors->model(), &QAbstractItemModel::modelReset);
         QSignalSpy added(errors->model(), &QAbstractItemModel::rowsInserted);
-        sendReport(records({{3, 2, 0x11}}));
+        sendReport(records("3:2:11"));
         QCOMPARE(rows("errTable_").size(), 7);
         QCOMPARE(resets.count(), 0);
         QCOMPARE(added.count(), 1);
         QCOMPARE(errors->selectionModel()->selectedRows().value(0).row(), 3);
         // A daemon that keeps reporting cannot grow the records without bound.
         for (int i = 0; i < 3; ++i) {
-            sendReport(QByteArray(1, 1) + records({{3, 1, 0}}).mid(1).repeated(30000));
+            sendReport(QByteArray(1, 1) + records("3:1:0").mid(1).repeated(30000));
         }
         QCOMPARE(selfTest()->LEDSensorArray()->size(), HardwareSelfTest::kMaxRecords);
     }
@@ -407,7 +396,7 @@ class HardwareInformationViewCtlTest : public QObject {
             QTRY_COMPARE(sent("1C"), std::min(run + 1, 10));
         }
         QTRY_COMPARE(rows("LEDTable_"), verdictRows({"Top|OK"}));
-        sendReport(records({{1, 1, 0x01}}));
+        sendReport(records("1:1:1"));
         QCOMPARE(rows("sensorTable_"), verdictRows({"Top|ALL"}));
         ctl_->unselectedView();
         QCOMPARE(selfTest()->LEDSensorArray(), nullptr);
@@ -519,7 +508,7 @@ class HardwareInformationViewCtlTest : public QObject {
         sendReport(bytes({0, 0xF7}));
         sendReport(bytes({6, 0x34, 0x12, 1, 0x01, 0x02, 'a'}));
         startTest();
-        sendReport(records({{1, 1, 0}, {2, 3, 0x10}, {3, 1, 0}}));
+        sendReport(records("1:1:0 2:3:10 3:1:0"));
         const QString base = env_.home() + "/report";
         find<QTabWidget>("hardwareInfoTabView_")->setCurrentIndex(2);
         QCoreApplication::setAttribute(Qt::AA_DontUseNativeDialogs);  // one to answer here
