@@ -371,6 +371,9 @@ class HardwareInformationViewCtlTest : public QObject {
                  area.arg("Top", all, all) + ' ' + failed.arg("1, 2, 3, 4, 1") + "; " +
                      area.arg("Left", qtTrId("selfTest.OK"), qtTrId("selfTest.Check")) + ' ' +
                      failed.arg("1") + "; " + qtTrId("selfTest.picture.untested").arg("Right"));
+        QCOMPARE(test::snapshotMismatch(find<FramePicture>("framePicture"),
+                                        QStringLiteral("hardwareinfo-selftest-picture")),
+                 QString());
         auto *errors = find<QTableView>("errTable_");
         errors->selectRow(3);
         QSignalSpy resets(errors->model(), &QAbstractItemModel::modelReset);
