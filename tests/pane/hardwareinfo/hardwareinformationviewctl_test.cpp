@@ -148,13 +148,11 @@ class HardwareInformationViewCtlTest : public QObject {
         }
         return text;
     }
-    static QStringList verdictRows(const QStringList &rows) {  // "Top|OK" as it is shown
-        QStringList out;
-        for (const QString &row : rows) {
-            out << row.section('|', 0, 0) + '|' +
-                       qtTrId(qPrintable("selfTest." + row.section('|', 1)));
+    static QStringList verdictRows(QStringList rows) {  // "Top|OK" as it is shown
+        for (QString &row : rows) {
+            row = translated(row.replace('|', "|{selfTest.") + '}');
         }
-        return out;
+        return rows;
     }
 
   private Q_SLOTS:
