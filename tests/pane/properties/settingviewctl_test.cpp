@@ -4,14 +4,11 @@
 
 #include <optional>
 
-#include "../../platform/test_support.h"
 #include "../snapshot.h"
-#include "commands.h"
-#include "daemonchannel.h"
 #include "globals.h"
 #include "manualclock.h"
-#include "messageport.h"
 #include "paths.h"
+#include "properties_env.h"
 #include "settings_store.h"
 #include "settingviewctl.h"
 #include "systeminfo.h"
@@ -29,24 +26,6 @@ struct FakeSystemInfo final : SystemInfo {
     QString operatingSystemVersionString() const override { return version; }
     int systemMinorVersion() const override { return -1; }
     QString version;
-};
-
-// The daemon's port on its own bus connection, recording each command as "01 2D 00".
-struct RecordingDaemon {
-    bool start() {
-        port = LocalMessagePort::create(
-            QString::fromLatin1(kDaemonPortName),
-            [this](qint32 msgid, const QByteArray &data) {
-                received << (msgid == 0 ? test::hexBytes(data)
-                                        : QStringLiteral("msgid %1").arg(msgid));
-                return QByteArray();
-            },
-            bus);
-        return port != nullptr;
-    }
-    QStringList received;
-    QDBusConnection bus = QDBusConnection::connectToBus(QDBusConnection::SessionBus, "daemon");
-    std::unique_ptr<LocalMessagePort> port;
 };
 
 SettingsDict dict(std::initializer_list<std::pair<const char *, PlistValue>> entries) {
@@ -71,7 +50,7 @@ class SettingViewCtlTest : public QObject {
   private:
     std::unique_ptr<test::TempRoots> roots_;
     std::unique_ptr<QTranslator> english_;
-    std::unique_ptr<RecordingDaemon> daemon_;
+    test::RecordingDaemon daemon_;
     test::ManualClock clock_;
     std::unique_ptr<QWidget> page_;
     SettingViewCtl *ctl_ = nullptr;
@@ -108,15 +87,13 @@ class SettingViewCtlTest : public QObject {
         page_->show();
         QVERIFY(QTest::qWaitForWindowExposed(page_.get()));
         ctl_->updateUIState();
-        daemon_->received.clear();
+        daemon_.received.clear();
     }
-    // Checks that exactly these commands came before a marker no page sends (sends keep their
-    // order, so once the marker has arrived everything sent earlier has arrived too).
+    // Waits for the marker and checks that exactly these commands came before it.
     void expectSent(const QStringList &expected) {
-        SendDataToRemotePort(makeCommand(COMMAND_STOP_CHECK));
-        QTRY_COMPARE(daemon_->received.size(), expected.size() + 1);
-        QCOMPARE(daemon_->received, expected + QStringList{"20"});
-        daemon_->received.clear();
+        test::sendMarker();
+        QTRY_COMPARE(daemon_.received.size(), expected.size() + 1);
+        QCOMPARE(std::exchange(daemon_.received, {}), expected + QStringList{test::kMarker});
     }
     // The range in the page, its field and the three areas; the window in the page and both timed
     // areas (where the sliders stand is in the pictures).
@@ -151,14 +128,13 @@ class SettingViewCtlTest : public QObject {
         english_ = std::make_unique<QTranslator>();
         QVERIFY2(english_->load(":/i18n/properties_en.qm"), "the English table is not linked in");
         QCoreApplication::installTranslator(english_.get());
-        daemon_ = std::make_unique<RecordingDaemon>();
-        QVERIFY(daemon_->start());
+        QVERIFY(daemon_.start());
         gModelType = kModel;
     }
     void init() { makePage(); }
     void cleanup() {
         page_.reset();
-        daemon_->received.clear();
+        daemon_.received.clear();
     }
 
     // Return and focus loss both end editing; the formatter allows 8 to 128. Ending again
@@ -215,11 +191,11 @@ class SettingViewCtlTest : public QObject {
             checkShown(range, rate);
         }
         // Without a daemon the page still follows the slider, and nothing is kept for later.
-        daemon_->port.reset();
+        daemon_.stop();
         focus(w("rangeSlider_"));
         QTest::keyClick(w("rangeSlider_"), Qt::Key_Right);
         checkShown(33, 0.5);
-        QVERIFY(daemon_->start());
+        QVERIFY(daemon_.start());
         expectSent({});
     }
 
