@@ -6,8 +6,6 @@
 #include <map>
 #include <utility>
 
-#include <QList>
-
 #include "clock.h"
 
 namespace tavix::test {
@@ -16,41 +14,26 @@ class ManualClock final : public Clock {
   public:
     double now() const override { return now_; }
     TimerId startTimer(double seconds, std::function<void()> fire) override {
-        timers_.emplace(nextId_, Timer{now_ + seconds, std::move(fire)});
+        deadlines.emplace(nextId_, std::pair(now_ + seconds, std::move(fire)));
         return nextId_++;
     }
-    void cancelTimer(TimerId id) override { timers_.erase(id); }
-
+    void cancelTimer(TimerId id) override { deadlines.erase(id); }
     void setNow(double t) {
-        for (;;) {
-            const auto due = std::min_element(timers_.begin(), timers_.end(), [](auto &a, auto &b) {
-                return a.second.deadline < b.second.deadline;
-            });
-            if (due == timers_.end() || due->second.deadline > t) {
-                break;
-            }
-            now_ = due->second.deadline;
-            const auto fire = std::move(due->second.fire);
-            timers_.erase(due);
+        const auto earlier = [](auto &a, auto &b) { return a.second.first < b.second.first; };
+        for (auto due = std::min_element(deadlines.begin(), deadlines.end(), earlier);
+             due != deadlines.end() && due->second.first <= t;
+             due = std::min_element(deadlines.begin(), deadlines.end(), earlier)) {
+            now_ = due->second.first;
+            const auto fire = std::move(due->second.second);
+            deadlines.erase(due);
             fire();
         }
         now_ = t;
     }
-    // The deadlines of the pending timers, in the order they were started.
-    QList<double> deadlines() const {
-        QList<double> list;
-        for (const auto &[id, timer] : timers_) {
-            list << timer.deadline;
-        }
-        return list;
-    }
+
+    std::map<TimerId, std::pair<double, std::function<void()>>> deadlines;  // pending, by start
 
   private:
-    struct Timer {
-        double deadline;
-        std::function<void()> fire;
-    };
-    std::map<TimerId, Timer> timers_;
     TimerId nextId_ = 1;
     double now_ = 0.0;
 };

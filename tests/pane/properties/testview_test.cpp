@@ -1,9 +1,7 @@
 // The Properties page's parts: the double-click areas, the range text rules, the os-release name.
-#include <QSignalSpy>
 #include <QtTest/QtTest>
 
-#include <memory>
-
+#include "../snapshot.h"
 #include "manualclock.h"
 #include "rangetext.h"
 #include "settingviewctl.h"
@@ -67,19 +65,16 @@ class PropertiesPartsTest : public QObject {
     void circle() {
         makeView(TestView::Trial);
         QCOMPARE(view_->path().boundingRect(), QRectF(68, 68, 64, 64));
-        const QList<QPair<int, QColor>> thin{{131, Qt::red}, {128, Qt::white}, {100, Qt::white}},
-            thick{{131, Qt::green}, {129, Qt::green}, {100, Qt::white}};
-        for (const auto &expected : {thin, thick}) {
-            const QImage image = view_->grab().toImage();
-            for (const auto &[x, colour] : expected) {
-                QCOMPARE(image.pixelColor(x, 100), colour);
-            }
+        for (const char *look : {"thin", "thick"}) {
+            QCOMPARE(
+                test::snapshotMismatch(view_.get(), QStringLiteral("properties-circle-") + look),
+                QString());
             view_->changeDrawType();
         }
         QCOMPARE(view_->currentDrawType(), 0);
     }
 
-    // Every view starts with a 0.5 s window. Speed areas report and store the measured time
+    // Each view here starts with a 0.5 s window. Speed areas report and store the measured time
     // clamped to 0.3-1.0 s; trial areas report a double click within their window.
     void attempts_data() {
         QTest::addColumn<qint64>("type");
@@ -141,7 +136,7 @@ class PropertiesPartsTest : public QObject {
         QCOMPARE(trial.count(), reported && type == TestView::Trial ? 1 : 0);
         QCOMPARE(view_->timeInterval(), interval);
         QCOMPARE(view_->pressCount(), pressesLeft);
-        QCOMPARE(clock_.deadlines().size(), pressesLeft);
+        QCOMPARE(clock_.deadlines.size(), size_t(pressesLeft));
     }
 
     // A trial's first press starts a timer of its window (a speed area's 2.0 s shows above).
@@ -149,7 +144,8 @@ class PropertiesPartsTest : public QObject {
         makeView(TestView::Trial);
         view_->setTimeInterval(0.7);
         QTest::mousePress(view_.get(), Qt::LeftButton, {}, kCentre);
-        QCOMPARE(clock_.deadlines(), QList<double>{0.7});
+        QCOMPARE(clock_.deadlines.size(), size_t(1));
+        QCOMPARE(clock_.deadlines.begin()->second.first, 0.7);
     }
 
     // The range field's text: the number the page takes from it and whether the formatter lets
@@ -188,7 +184,6 @@ class PropertiesPartsTest : public QObject {
             {"PRETTY_NAME='Fedora Linux 39'", "Fedora Linux 39"},
             {"PRETTY_NAME=Arch", "Arch"},
             {"PRETTY_NAME=\"A \\\"B\\\" \\\\ C\"", "A \"B\" \\ C"},
-            {"NAME=x\nVERSION_ID=1\n", "Linux"},
             {"PRETTY_NAME_X=no", "Linux"},
             {"\x01\x02=\n=\n\n", "Linux"},
             {"PRETTY_NAME=\"Gr\xc3\xbc\xc3\x9f\"", "Gr\xc3\xbc\xc3\x9f"}};
