@@ -42,15 +42,15 @@ Outcome runTool(const QString &line) {
 // and the whole output (status 0, or 5 from apply --check) or part of the one error line.
 // Metrics must pass promtool; their "# " lines and the self-test's time ("T") are not compared.
 struct Row {
-    const char *line;
+    QByteArray line;
     int exit;
-    const char *bytes, *text;
+    QByteArray bytes, text;
 };
 
 void checkRow(const Row &row, const Sim *sim) {
     const qsizetype before = sim ? sim->log().size() : 0;
     Outcome o = runTool(QString::fromUtf8(row.line));
-    if (QByteArray(row.line).startsWith("metrics")) {
+    if (row.line.startsWith("metrics")) {
         QProcess check;
         check.start(QStringLiteral(TAVIX_PROMTOOL), {"check", "metrics"});
         check.write(o.out.toUtf8());
@@ -64,11 +64,39 @@ void checkRow(const Row &row, const Sim *sim) {
     const bool output = row.exit == 0 || row.exit == 5;
     QVERIFY2(o.exit == row.exit && (output ? o.out == text : o.err.contains(text)),
              qPrintable(QStringLiteral("%1: exit %2, %3%4")
-                            .arg(QLatin1String(row.line))
+                            .arg(QString::fromUtf8(row.line))
                             .arg(o.exit)
                             .arg(o.out, o.err)));
     QVERIFY(output || o.err.count(u'\n') == 1);
-    QCOMPARE(sim ? sim->log().mid(before).join(u'|') : QString(), QLatin1String(row.bytes));
+    QCOMPARE(sim ? sim->log().mid(before).join(u'|') : QString(), QString::fromUtf8(row.bytes));
+}
+
+// Runs a transcript under tests/tools/expected (its opening comment says how it reads).
+void runTranscript(const char *name, const Sim *sim) {
+    const std::string text =
+        readSmallFile(std::string(TAVIX_EXPECTED_DIR "/") + name, 1 << 20).value_or("");
+    std::optional<Row> row;
+    int typed = 0;
+    for (const QByteArray &line : QByteArray::fromStdString(text).split('\n')) {
+        if (line == "$" || line.startsWith("$ ")) {
+            if (row) {
+                checkRow(*row, sim);
+            }
+            row = Row{line.mid(2), 0, {}, {}};
+            ++typed;
+        } else if (row && line.startsWith("> ")) {
+            row->bytes = line.mid(2);
+        } else if (row && line.startsWith("? ")) {
+            row->exit = line.split(' ').value(1).toInt();
+            row->text = line.mid(line.indexOf(' ', 2) + 1);
+        } else if (row && !line.isEmpty()) {
+            row->text += line + '\n';
+        }
+    }
+    if (row) {
+        checkRow(*row, sim);
+    }
+    QVERIFY2(typed > 10, name);
 }
 
 QJsonObject readJson(const QString &file) {
@@ -126,85 +154,7 @@ class PanelCtlTest : public QObject {
         QVERIFY(
             sim.start("--dip-byte 0xF7 --firmware 341200230141 --faulty-led 1:2 "
                       "--faulty-led 2:* --faulty-sensor 2:1"));
-        // "LINE|BYTES", ";" between them; each changes a setting, "get" then reads all back.
-        const QString sets = QStringLiteral(
-            "set range 8|01 08 00;set range 128|01 80 00;set speed 0.3|02 33 33 33 33 33 33 D3 3F;"
-            "set speed 1|02 00 00 00 00 00 00 F0 3F;set speed 0.75|02 00 00 00 00 00 00 E8 3F;set "
-            "swipe off|08 00 00;"
-            "set two-finger-rotation off|09 00 00;set pinch off|0B 00 00;"
-            "set button1 off|0D 00 00;set button2 on|0E 01 00;set input-mode pen|0F 02 00;"
-            "set resolution-notice off|10 00 00;set eraser-area off|11 00 00;"
-            "set simple-setting 0|13 00 00;set simple-setting 2|13 02 00;set rotation 270|15 03 00;"
-            "set calibration-type simple|12 00 00;hotkey calibration k|18 4B;"
-            "hotkey simple 7|19 37");
-        for (const QString &set : sets.split(u';')) {
-            const QList<QByteArray> parts = set.toUtf8().split('|');
-            checkRow({parts[0].constData(), 0, parts[1].constData(), ""}, &sim);
-        }
-        const Row rows[] = {
-            {"calibrate start --second", 0, "1F 00 00", ""},
-            {"get calibration-type", 0, "", "2\n"},  // the second manual calibration, 317 only
-            {"calibrate start", 0, "17 00 00", ""},
-            {"get", 0, "",
-             "range: 128\nspeed: 0.75\nswipe: off\npinch: off\ntwo-finger-rotation: off\n"
-             "button1: off\nbutton2: on\ninput-mode: pen\nresolution-notice: off\n"
-             "eraser-area: off\ncalibration-type: manual\nsimple-setting: 2\nrotation: 270\n"
-             "calibration-hotkey: K\nsimple-hotkey: 7\n"},
-            {"get speed --json", 0, "", "{\"speed\":0.75}\n"},
-            {"dip", 0, "1A", "DIP switches 1-8: 1 0 0 0 0 0 0 0\n"},
-            {"dip --json", 0, "1A", "{\"dipSwitches\":[1,0,0,0,0,0,0,0]}\n"},
-            {"firmware", 0, "1B", "firmware version: 23.01A\nchecksum: 1234 (OK)\n"},
-            {"selftest", 0, "1C",
-             "self-test of Tavix TX-317 (hardware type 317)\n"
-             "  Top: LED check, sensor OK (2 points)\n"
-             "  Left: LED all failed, sensor all failed (1 points)\n"
-             "  fault: Top point 2: LED\n  fault: Left point 1: LED sensor\n"},
-            {"selftest --json", 0, "1C",
-             R"({"areas":[{"area":"Top","led":"Check","sensor":"OK","tested":2},{"area":"Left",)"
-             R"("led":"ALL","sensor":"ALL","tested":1}],"faults":[{"area":"Top","led":true,)"
-             R"("point":2,"sensor":false},{"area":"Left","led":true,"point":1,"sensor":true}],)"
-             R"("hardwareType":317,"missingAreas":0})"
-             "\n"},
-            {"report --json /nonexistent/r.json", 1, "1A|1B|1C", "cannot write /nonexistent"},
-            {"metrics --selftest", 0, "1A|1B|1C",
-             "tavix_daemon_up 1\ntavix_panel_connected 1\ntavix_driver_enabled 1\n"
-             "tavix_panel_info{model=\"317\",name=\"Tavix TX-317\",driver_version=\"0.8.0.3\","
-             "firmware=\"23.01A\",checksum=\"1234\"} 1\ntavix_panel_firmware_checksum_ok 1\n"
-             "tavix_panel_dip_switch{switch=\"1\"} 1\ntavix_panel_dip_switch{switch=\"2\"} 0\n"
-             "tavix_panel_dip_switch{switch=\"3\"} 0\ntavix_panel_dip_switch{switch=\"4\"} 0\n"
-             "tavix_panel_dip_switch{switch=\"5\"} 0\ntavix_panel_dip_switch{switch=\"6\"} 0\n"
-             "tavix_panel_dip_switch{switch=\"7\"} 0\ntavix_panel_dip_switch{switch=\"8\"} 0\n"
-             "tavix_panel_rotation_degrees 270\ntavix_selftest_failed_points{kind=\"led\"} 2\n"
-             "tavix_selftest_failed_points{kind=\"sensor\"} 1\n"
-             "tavix_selftest_area_ok{area=\"Top\",kind=\"led\"} 0\n"
-             "tavix_selftest_area_ok{area=\"Top\",kind=\"sensor\"} 1\n"
-             "tavix_selftest_area_ok{area=\"Left\",kind=\"led\"} 0\n"
-             "tavix_selftest_area_ok{area=\"Left\",kind=\"sensor\"} 0\n"
-             "tavix_selftest_last_run_timestamp_seconds T\ntavix_metrics_errors 0\n"},
-        };
-        for (const Row &row : rows) {
-            checkRow(row, &sim);
-        }
-        // Refusals ("LINE|part of the error", ";" between them) send nothing.
-        const QString refusals = QStringLiteral(
-            "set range 7|from 8 to 128;set range 129|from 8 to 128;set speed 0.29|0.30 to 1.00;"
-            "set speed 1.01|0.30 to 1.00;set simple-setting 3|from 0 to 2;set swipe yes|on, off;"
-            "set rotation 45|0, 90, 180, 270;set volume 3|valid names: range, speed;"
-            "set range|set takes NAME VALUE;calibrate stop|calibrate takes;"
-            "hotkey calibration 7|already the simple hot key;"
-            "hotkey calibration ab|one ASCII letter or digit;"
-            "hotkey pen A|unknown hot key \"pen\";"
-            "get volume|unknown setting \"volume\";page 4|valid: 0, 1, 2, 3, calibration;"
-            "set --range 40|unknown option --range;reboot|commands: status, get, set;"
-            "|missing command;status now|takes no arguments;"
-            "set range 40 --second|--second belongs to;dip --timeout 0|--timeout takes;"
-            "dip --timeout|--timeout needs a value;get --folder-name a/b|plain folder name;"
-            "report x.json|report takes --json FILE or --html FILE;"
-            "report --json|report takes --json FILE");
-        for (const QString &refusal : refusals.split(u';')) {
-            const QList<QByteArray> parts = refusal.toUtf8().split('|');
-            checkRow({parts[0].constData(), 2, "", parts[1].constData()}, &sim);
-        }
+        runTranscript("with-panel.txt", &sim);
         QVERIFY(runTool(QStringLiteral("status"))
                     .out.startsWith(
                         QStringLiteral(
@@ -289,33 +239,8 @@ class PanelCtlTest : public QObject {
 
         Sim sim(*roots_);
         QVERIFY(sim.start("--incomplete-runs 1 --unknown-reports") && sim.ok("disconnect"));
-        const QByteArray statusJson =
-            "{\"daemonRunning\":true,\"driverEnabled\":true,\"model\":0,\"modelName\":null,"
-            "\"page\":2,\"settings\":{},\"settingsFile\":null}\n";
-        const char *noPanel = "no panel is connected";
-        const Row withoutPanel[] = {
-            {"status", 0, "",
-             "model: none (no panel connected)\ndaemon: running\ndriver: enabled\n"
-             "page: 2 (Hardware information)\nsettings: none\n"},
-            {"status --json", 0, "", statusJson.constData()},
-            {"get", 1, "", noPanel},
-            {"get range", 1, "", noPanel},
-            {"hotkey simple 5", 1, "", "no settings file for the connected model"},
-            {"export", 1, "", noPanel},
-            {apply.constData(), 1, "", noPanel},
-            // Commands go to the daemon, which drops settings while no panel is connected.
-            {"set range 40", 0, "01 28 00", ""},
-            {"calibrate start", 0, "17 00 00", ""},
-            {"dip", 0, "1A", "DIP switches 1-8: 1 0 0 1 0 0 0 0\n"},
-            {"firmware", 0, "1B", "firmware version:  1.24c\nchecksum: 3c5a (OK)\n"},
-            {"metrics", 0, "",
-             "tavix_daemon_up 1\ntavix_panel_connected 0\ntavix_driver_enabled 1\n"
-             "tavix_metrics_errors 0\n"},
-            {"page 1", 0, "", ""},
-        };
-        for (const Row &row : withoutPanel) {
-            checkRow(row, &sim);
-        }
+        runTranscript("no-panel.txt", &sim);
+        checkRow({apply, 1, "", "no panel is connected"}, &sim);
         // A driver switched off reads 0, also in the file node_exporter's textfile collector
         // serves, which it reads without an error.
         QVERIFY(sim.ok(QStringLiteral("driver off")));
