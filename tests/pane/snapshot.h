@@ -4,6 +4,7 @@
 #pragma once
 
 #include <QComboBox>
+#include <QCoreApplication>
 #include <QDir>
 #include <QGuiApplication>
 #include <QImage>
@@ -28,6 +29,10 @@ inline QString snapshotMismatch(QWidget *widget, const QString &name) {
     if (auto *addresses = widget->findChild<QComboBox *>(QStringLiteral("IPAddr_"))) {
         addresses->clear();
         addresses->addItem(QStringLiteral("192.0.2.1"));
+    }
+    // Layouts settle as they do before a person sees the window.
+    for (int round = 0; round < 3; ++round) {
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
     }
     widget->repaint();
     const QImage shot = widget->grab().toImage().convertToFormat(QImage::Format_RGB32);
