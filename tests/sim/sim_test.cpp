@@ -1,17 +1,15 @@
-// The panel simulator as a process (files, console, replies, reports, faults), the command
-// channel against it, and the sample device list it installs.
+// The panel simulator as a process (files, console, replies, reports, faults), and the command
+// channel against it.
 #include <QtTest/QtTest>
 
 #include <signal.h>
 
 #include <memory>
 #include <optional>
-#include <set>
 
 #include "atomic_file.h"
 #include "commands.h"
 #include "daemonchannel.h"
-#include "device_list.h"
 #include "hardware_reports.h"
 #include "settings_store.h"
 #include "sim_support.h"
@@ -105,28 +103,6 @@ class SimTest : public QObject {
         QCOMPARE(*heard, std::optional<std::int32_t>());
         QVERIFY(QTest::qWaitFor([] { return !known(); }, 5000));
         QVERIFY(!SendDataToRemotePort(makeCommand(COMMAND_GET_DIP_SW)));
-    }
-
-    // The shipped list: XML, each model once (compared on 16 bits), areas numbered in order and
-    // point numbers that travel as single bytes.
-    void shippedDeviceListDescribesEachModelOnce() {
-        const std::string path = TAVIX_DATA_DIR "/DeviceList.plist";
-        const auto list = readDeviceList(path);
-        QVERIFY(list && readSmallFile(path, 1 << 20)->rfind("<?xml", 0) == 0);
-        std::set<std::int64_t> models;
-        for (const DeviceEntry &e : *list) {
-            QVERIFY(e.modelType >= 1 && e.modelType <= 65535 && models.insert(e.modelType).second);
-            QVERIFY(!e.name.empty() && !e.productIDs.empty() && e.manufacturerID >= 1);
-            QVERIFY(e.hasLEDSensorArray && e.areas.size() >= 2 && e.areas.size() <= 255);
-            std::set<std::string> labels;
-            for (std::size_t a = 0; a < e.areas.size(); ++a) {
-                const AreaDefinition &area = e.areas[a];
-                QVERIFY(labels.insert(area.label).second && !area.label.empty());
-                QVERIFY(area.pointCount >= 1 && area.pointCount <= 255);
-                QCOMPARE(area.index, std::int64_t(a + 1));
-            }
-        }
-        QCOMPARE(models.count(317) + models.count(259), 2u);
     }
 
     // A bad option value ends it with status 2, nothing written; the lowest good values start it.
