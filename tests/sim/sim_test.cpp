@@ -159,56 +159,44 @@ class SimTest : public QObject {
         QCOMPARE(sim.log(), sent);
     }
 
-    // An existing state file is merged into, not completed with defaults; the lists are kept.
-    void startMergesIntoExistingFilesAndKeepsThem() {
+    // Started on files of its own, it merges into the state file and keeps the device list. The
+    // pane hears each code after the state file says so (code/model, driver + or -); refused
+    // lines change nothing and tell the pane nothing.
+    void consoleCommandsActAsTheDriverSide() {
         SettingsDict state;
         state.set("currentPageIndex", PlistValue(2));
         state.set("DriverEnable", PlistValue(false));
-        state.set("currentDeviceType", PlistValue(0));
         QVERIFY(writePlistFileAtomically(state, getUilitiesFilePath()));
-        SettingsDict settings = settingItemsDefaults();
-        settings.set("DoubleClickRange", PlistValue(50));
-        QVERIFY(writePlistFileAtomically(settings, getSettingsFilePath(259)));
         const std::string ownList = "<?xml version=\"1.0\"?><plist><array/></plist>";
         QVERIFY(writeFileAtomically(getSupportDeviceListFilePath(), ownList));
         Sim sim(*roots_);
         QVERIFY(sim.start("--model 259 --dip-byte 0xFF"));  // the highest DIP switch byte too
-        QCOMPARE(send(QStringLiteral("1C")), QStringLiteral("03 01 00 00"));
-        state.set("currentDeviceType", PlistValue(259));
         state.set("DriverEnable", PlistValue(true));
+        state.set("currentDeviceType", PlistValue(259));
         QCOMPARE(readDict(getUilitiesFilePath()), state);
-        QCOMPARE(readDict(getSettingsFilePath(259)), settings);
+        QCOMPARE(readSmallFile(getSupportDeviceListFilePath(), 4096).value_or(""), ownList);
+        QCOMPARE(send(QStringLiteral("1C")), QStringLiteral("03 01 00 00"));
         // The second manual calibration is recorded as the first on this model.
         QCOMPARE(send(QStringLiteral("1F 00 00")), QString());
-        settings.set("CalibrationType", PlistValue(1));
-        QCOMPARE(readDict(getSettingsFilePath(259)), settings);
-        QCOMPARE(readSmallFile(getSupportDeviceListFilePath(), 4096).value_or(""), ownList);
-        QVERIFY(pathExists(getSupportResolutionListFilePath()));
-    }
-
-    // The pane hears each code after the state file says so (code/model, driver + or -); refused
-    // lines change nothing and tell the pane nothing.
-    void consoleCommandsActAsTheDriverSide() {
-        Sim sim(*roots_);
-        QVERIFY(sim.start());
+        QCOMPARE(readDict(getSettingsFilePath(259)).intValue("CalibrationType"), 1);
         // Without the pane's port, a line that notifies it is answered, not fatal.
         QCOMPARE(sim.console(QStringLiteral("page 1")),
                  QStringLiteral("ok: \"preferenceCommend\" absent, code 01 not sent"));
         test::Recorder pane(kPreferencePortName);
         QStringList heard;
         pane.onMessage = [&] {
-            const SettingsDict state = readDict(getUilitiesFilePath());
+            const SettingsDict now = readDict(getUilitiesFilePath());
             heard << QStringLiteral("%1/%2%3")
                          .arg(pane.messages.back())
-                         .arg(state.intValue("currentDeviceType"))
-                         .arg(QChar(state.boolValue("DriverEnable") ? u'+' : u'-'));
+                         .arg(now.intValue("currentDeviceType"))
+                         .arg(QChar(now.boolValue("DriverEnable") ? u'+' : u'-'));
         };
         QVERIFY(
-            sim.ok(QStringLiteral("disconnect; connect; disconnect; connect 259; driver off; "
+            sim.ok(QStringLiteral("disconnect; connect; disconnect; connect 317; driver off; "
                                   "driver on; reload; page 0; page 3; next; refresh; "
                                   "verbose on")));
-        QTRY_COMPARE(heard.join(u' '), QStringLiteral("05/0+ 04/317+ 05/0+ 04/259+ 07/259- "
-                                                      "06/259+ 06/259+ 00/259+ 03/259+ 08/259+"));
+        QTRY_COMPARE(heard.join(u' '), QStringLiteral("05/0+ 04/259+ 05/0+ 04/317+ 07/317- "
+                                                      "06/317+ 06/317+ 00/317+ 03/317+ 08/317+"));
         const auto before = readSmallFile(getUilitiesFilePath(), 1 << 20);
         QVERIFY(readPlistFile(getUilitiesFilePath())->boolValue("RefreshCalibrationType"));
         QVERIFY(readPlistFile(getUilitiesFilePath())->boolValue("VerboseLog"));
@@ -225,7 +213,7 @@ class SimTest : public QObject {
         // Still serving, and nothing reached the pane before this line's message.
         QVERIFY(sim.ok(QStringLiteral("page 2")));
         QTRY_COMPARE(heard.size(), 11);
-        QCOMPARE(heard.back(), QStringLiteral("02/259+"));
+        QCOMPARE(heard.back(), QStringLiteral("02/317+"));
     }
 
     // Steps: a console line, "TERM" for the signal, or a range command ("+" answered, "-"
