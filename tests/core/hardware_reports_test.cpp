@@ -41,7 +41,6 @@ TEST(HardwareReportsTest, ReportsDecodeIntoWholeStructsAndEncodeBack) {
         // The switch byte is active-low with its nibbles swapped.
         {{REPORT_DIP_SW, 0xF7}, "type 0 dip 10000000 0 0 0 0 0 0 0 0 0"},
         {{REPORT_DIP_SW, 0x7E}, "type 0 dip 00011000 0 0 0 0 0 0 0 0 0"},
-        {{REPORT_DIP_SW, 0x00}, "type 0 dip 11111111 0 0 0 0 0 0 0 0 0"},
         {{REPORT_CHECKSUM_AND_VERSION, 0x34, 0x12, 3, 0x23, 0x01, 'x'},
          "type 6 dip 00000000 52 18 3 35 1 120 0 0 0"},
         {{REPORT_BUTTON_STATE, 1, 2, 3}, "type 24 dip 00000000 0 0 0 0 0 0 1 2 3"},
