@@ -104,30 +104,27 @@ class DisplayProviderTest : public QObject {
         QCOMPARE(many.onlineDisplays().size(), std::size_t(kMaxOnlineDisplays));
     }
 
-    void fixture_data() {
-        QTest::addColumn<QByteArray>("json");  // null: no file, read with a warning
-        QTest::addColumn<QString>("displays");
-        // The demo's fixture: the simulated panel's display and a built-in one.
-        QTest::newRow("shipped") << readAll(TAVIX_DATA_DIR "/displays.json")
-                                 << "DP-2 52d8:3170 0,0 1920x1080 | eDP-1 daf:1132builtin "
-                                    "1920,0 1366x768";
-        QTest::newRow("missing") << QByteArray() << "";
-        QTest::newRow("defaults")
-            << QByteArray(R"([{"monitor": "M", "height": 2.5, "model": 4294967295}])")
-            << "M 756e6b6e:ffffffff 0,0 0x2.5";
-    }
+    // The fixture file: the demo's shipped one (the simulated panel's display and a built-in
+    // one), a missing one (read with a warning), and one that leaves fields to their defaults.
     void fixture() {
-        QFETCH(QByteArray, json);
-        QFETCH(QString, displays);
+        const std::pair<QByteArray, QString> rows[] = {
+            {readAll(TAVIX_DATA_DIR "/displays.json"),
+             "DP-2 52d8:3170 0,0 1920x1080 | eDP-1 daf:1132builtin 1920,0 1366x768"},
+            {QByteArray(), ""},
+            {R"([{"monitor": "M", "height": 2.5, "model": 4294967295}])",
+             "M 756e6b6e:ffffffff 0,0 0x2.5"}};
         QTemporaryDir dir;
-        put(dir.path(), "displays.json", json);
         qputenv("TAVIX_DISPLAYS", dir.filePath("displays.json").toLocal8Bit());
-        if (json.isNull()) {
-            QTest::ignoreMessage(QtWarningMsg, QRegularExpression("display fixture .* unreadable"));
+        for (const auto &[json, displays] : rows) {
+            QFile::remove(dir.filePath("displays.json"));
+            put(dir.path(), "displays.json", json);
+            if (json.isNull()) {
+                QTest::ignoreMessage(QtWarningMsg,
+                                     QRegularExpression("display fixture .* unreadable"));
+            }
+            QCOMPARE(describe(currentDisplayProvider()->onlineDisplays()), displays);
         }
-        const std::vector<DisplayInfo> found = currentDisplayProvider()->onlineDisplays();
         qunsetenv("TAVIX_DISPLAYS");
-        QCOMPARE(describe(found), displays);
     }
 
     // Qt keeps whole logical pixels (1920 / 1.75 gives 1097): the product is a fraction off.
