@@ -1,5 +1,4 @@
-// Message ports on a private session bus (naming, ownership, delivery, order, threads), and the
-// daemon command channel over them.
+// Message ports on a private bus (ownership, delivery, order, threads) and the daemon channel.
 #include <QCoreApplication>
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>

@@ -1,5 +1,4 @@
-// The panel simulator as a process (files, console, replies, reports, faults), and the command
-// channel against it.
+// The panel simulator as a process (files, console, replies, reports, faults) on a private bus.
 #include <QtTest/QtTest>
 
 #include <signal.h>
