@@ -88,26 +88,6 @@ TEST_F(StoreTest, FirstUseWritesTheDefaultsAndAMergeKeepsThem) {
     EXPECT_FALSE(settingsDefaults.remove("PenSoftSupport"));
 }
 
-// Reals to the last bit and opaque arrays survive a merge.
-TEST_F(StoreTest, FilesAreReadAndWrittenBackUnchanged) {
-    const std::string head = "<?xml version=\"1.0\"?><plist version=\"1.0\"><dict>";
-    const std::string array = "<key>a</key><array><integer>1</integer></array>";
-    ASSERT_TRUE(writeFileAtomically(
-        settingsFile(),
-        head +
-            "<key>i</key><integer>70000</integer><key>r</key><real>0.30000000000000004</real>"
-            "<key>b</key><true/>" +
-            array + "</dict></plist>"));
-    const std::optional<SettingsDict> opaque = parsePlist(head + array + "</dict></plist>");
-    ASSERT_TRUE(opaque.has_value());
-    const SettingsDict expected =
-        dictOf({{"i", 70000}, {"r", 0.30000000000000004}, {"b", true}, {"a", *opaque->find("a")}});
-    EXPECT_EQ(readPlistFile(settingsFile()), expected);
-    ASSERT_TRUE(saveSettingItemsToPlist(SettingsDict(), settingsFile()));
-    EXPECT_EQ(readBytes(settingsFile()).rfind("<?xml", 0), 0u);
-    EXPECT_EQ(readPlistFile(settingsFile()), expected);
-}
-
 // Files the store cannot take read empty and are never written over: too large, broken, not a
 // dictionary. Other kinds of file are refused below, where every file is read and replaced.
 TEST_F(StoreTest, UnreadableFilesReadEmptyAndAreNeverOverwritten) {
@@ -130,13 +110,22 @@ TEST_F(StoreTest, UnreadableFilesReadEmptyAndAreNeverOverwritten) {
 }
 
 // A merge into a missing file creates just what it merges; no file is completed with defaults.
-TEST_F(StoreTest, MergesCreateNoDefaultsKeepPermissionsAndFailCleanlyWithoutAFolder) {
+// Into a file: reals to the last bit and opaque arrays survive, and so do its permissions.
+TEST_F(StoreTest, MergesCreateNoDefaultsKeepWhatTheyDoNotNameAndFailCleanlyWithoutAFolder) {
     ASSERT_TRUE(saveItemToInfoPlist(PlistValue(2), "currentPageIndex"));
     EXPECT_EQ(readUtilitiesDictionary(), dictOf({{"currentPageIndex", 2}}));
-    ASSERT_TRUE(saveSettingItemsToPlist(SettingsDict(), settingsFile()));
-    EXPECT_EQ(readSettingItemsFromPlist(settingsFile()), SettingsDict());
+    const std::string head = "<?xml version=\"1.0\"?><plist version=\"1.0\"><dict>";
+    const std::string array = "<key>a</key><array><integer>1</integer></array>";
+    ASSERT_TRUE(writeFileAtomically(
+        settingsFile(),
+        head + "<key>r</key><real>0.30000000000000004</real>" + array + "</dict></plist>"));
     ASSERT_EQ(::chmod(settingsFile().c_str(), 0640), 0);
     ASSERT_TRUE(saveSettingItemsToPlist(dictOf({{"InputMode", 2}}), settingsFile()));
+    const auto opaque = parsePlist(head + array + "</dict></plist>");
+    ASSERT_TRUE(opaque.has_value());
+    EXPECT_EQ(readSettingItemsFromPlist(settingsFile()),
+              dictOf({{"r", 0.30000000000000004}, {"a", *opaque->find("a")}, {"InputMode", 2}}));
+    EXPECT_EQ(readBytes(settingsFile()).rfind("<?xml", 0), 0u);
     struct stat st {};
     ASSERT_EQ(::stat(settingsFile().c_str(), &st), 0);
     EXPECT_EQ(st.st_mode & 07777, 0640u);
