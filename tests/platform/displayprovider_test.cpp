@@ -69,7 +69,8 @@ class DisplayProviderTest : public QObject {
 
   private slots:
     // Screens pair by connector name, then by monitor name (a connector serves one screen);
-    // a broken EDID reads as unknown; a screen with no connector keeps its own name.
+    // a broken EDID reads as unknown; a screen with no connector keeps its own name. Then the
+    // device pixels of a logical screen rectangle.
     void pairing() {
         QTemporaryDir root;
         connector(root.path(), "DSI-1", "connected", edid(2, 0x2021));
@@ -102,6 +103,9 @@ class DisplayProviderTest : public QObject {
                  "1919.5x1080 | DP-7, Elo15 158f:0 10,20 1919.5x1080");
         const LinuxDisplayProvider many(root.path(), screens({40, ScreenGeometry{}}));
         QCOMPARE(many.onlineDisplays().size(), std::size_t(kMaxOnlineDisplays));
+        // Qt keeps whole logical pixels (1920 / 1.75 gives 1097): the product is a fraction off.
+        QCOMPARE(pixelGeometry(QRect(1097, 0, 1097, 617), 1.75), QRectF(1920, 0, 1920, 1080));
+        QCOMPARE(pixelGeometry(QRect(0, 0, 1536, 864), 1.25), QRectF(0, 0, 1920, 1080));
     }
 
     // The fixture file: the demo's shipped one (the simulated panel's display and a built-in
@@ -125,13 +129,6 @@ class DisplayProviderTest : public QObject {
             QCOMPARE(describe(currentDisplayProvider()->onlineDisplays()), displays);
         }
         qunsetenv("TAVIX_DISPLAYS");
-    }
-
-    // Qt keeps whole logical pixels (1920 / 1.75 gives 1097): the product is a fraction off.
-    void pixelGeometry() {
-        QCOMPARE(tavix::pixelGeometry(QRect(1097, 0, 1097, 617), 1.75),
-                 QRectF(1920, 0, 1920, 1080));
-        QCOMPARE(tavix::pixelGeometry(QRect(0, 0, 1536, 864), 1.25), QRectF(0, 0, 1920, 1080));
     }
 };
 
