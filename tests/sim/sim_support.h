@@ -4,6 +4,7 @@
 #include <QProcess>
 #include <QtTest/QtTest>
 
+#include <algorithm>
 #include <functional>
 #include <memory>
 
@@ -57,12 +58,10 @@ class Sim {
     }
     // Sends console lines ("; " between them); true when each is answered "ok: ...".
     bool ok(const QString &lines) {
-        for (const QString &line : lines.split(QStringLiteral("; "))) {
-            if (!console(line).startsWith(QStringLiteral("ok:"))) {
-                return false;
-            }
-        }
-        return true;
+        const QStringList all = lines.split(QStringLiteral("; "));
+        return std::all_of(all.begin(), all.end(), [this](const QString &line) {
+            return console(line).startsWith(QStringLiteral("ok:"));
+        });
     }
     QStringList log() const {
         return QString::fromStdString(readSmallFile(log_.toStdString(), 1 << 20).value_or(""))

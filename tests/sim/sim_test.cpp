@@ -1,17 +1,14 @@
-// The panel simulator as a process (files, console, replies, reports, faults), the command
-// channel against it, and the sample device list it installs.
+// The panel simulator as a process (files, console, replies, reports, faults) on a private bus.
 #include <QtTest/QtTest>
 
 #include <signal.h>
 
 #include <memory>
 #include <optional>
-#include <set>
 
 #include "atomic_file.h"
 #include "commands.h"
 #include "daemonchannel.h"
-#include "device_list.h"
 #include "hardware_reports.h"
 #include "settings_store.h"
 #include "sim_support.h"
@@ -107,28 +104,6 @@ class SimTest : public QObject {
         QVERIFY(!SendDataToRemotePort(makeCommand(COMMAND_GET_DIP_SW)));
     }
 
-    // The shipped list: XML, each model once (compared on 16 bits), areas numbered in order and
-    // point numbers that travel as single bytes.
-    void shippedDeviceListDescribesEachModelOnce() {
-        const std::string path = TAVIX_DATA_DIR "/DeviceList.plist";
-        const auto list = readDeviceList(path);
-        QVERIFY(list && readSmallFile(path, 1 << 20)->rfind("<?xml", 0) == 0);
-        std::set<std::int64_t> models;
-        for (const DeviceEntry &e : *list) {
-            QVERIFY(e.modelType >= 1 && e.modelType <= 65535 && models.insert(e.modelType).second);
-            QVERIFY(!e.name.empty() && !e.productIDs.empty() && e.manufacturerID >= 1);
-            QVERIFY(e.hasLEDSensorArray && e.areas.size() >= 2 && e.areas.size() <= 255);
-            std::set<std::string> labels;
-            for (std::size_t a = 0; a < e.areas.size(); ++a) {
-                const AreaDefinition &area = e.areas[a];
-                QVERIFY(labels.insert(area.label).second && !area.label.empty());
-                QVERIFY(area.pointCount >= 1 && area.pointCount <= 255);
-                QCOMPARE(area.index, std::int64_t(a + 1));
-            }
-        }
-        QCOMPARE(models.count(317) + models.count(259), 2u);
-    }
-
     // A bad option value ends it with status 2, nothing written; the lowest good values start it.
     void commandLineOptions() {
         const QString lowest = QStringLiteral(
@@ -183,56 +158,44 @@ class SimTest : public QObject {
         QCOMPARE(sim.log(), sent);
     }
 
-    // An existing state file is merged into, not completed with defaults; the lists are kept.
-    void startMergesIntoExistingFilesAndKeepsThem() {
+    // Started on files of its own, it merges into the state file and keeps the device list. The
+    // pane hears each code after the state file says so (code/model, driver + or -); refused
+    // lines change nothing and tell the pane nothing.
+    void consoleCommandsActAsTheDriverSide() {
         SettingsDict state;
         state.set("currentPageIndex", PlistValue(2));
         state.set("DriverEnable", PlistValue(false));
-        state.set("currentDeviceType", PlistValue(0));
         QVERIFY(writePlistFileAtomically(state, getUilitiesFilePath()));
-        SettingsDict settings = settingItemsDefaults();
-        settings.set("DoubleClickRange", PlistValue(50));
-        QVERIFY(writePlistFileAtomically(settings, getSettingsFilePath(259)));
         const std::string ownList = "<?xml version=\"1.0\"?><plist><array/></plist>";
         QVERIFY(writeFileAtomically(getSupportDeviceListFilePath(), ownList));
         Sim sim(*roots_);
         QVERIFY(sim.start("--model 259 --dip-byte 0xFF"));  // the highest DIP switch byte too
-        QCOMPARE(send(QStringLiteral("1C")), QStringLiteral("03 01 00 00"));
-        state.set("currentDeviceType", PlistValue(259));
         state.set("DriverEnable", PlistValue(true));
+        state.set("currentDeviceType", PlistValue(259));
         QCOMPARE(readDict(getUilitiesFilePath()), state);
-        QCOMPARE(readDict(getSettingsFilePath(259)), settings);
+        QCOMPARE(readSmallFile(getSupportDeviceListFilePath(), 4096).value_or(""), ownList);
+        QCOMPARE(send(QStringLiteral("1C")), QStringLiteral("03 01 00 00"));
         // The second manual calibration is recorded as the first on this model.
         QCOMPARE(send(QStringLiteral("1F 00 00")), QString());
-        settings.set("CalibrationType", PlistValue(1));
-        QCOMPARE(readDict(getSettingsFilePath(259)), settings);
-        QCOMPARE(readSmallFile(getSupportDeviceListFilePath(), 4096).value_or(""), ownList);
-        QVERIFY(pathExists(getSupportResolutionListFilePath()));
-    }
-
-    // The pane hears each code after the state file says so (code/model, driver + or -); refused
-    // lines change nothing and tell the pane nothing.
-    void consoleCommandsActAsTheDriverSide() {
-        Sim sim(*roots_);
-        QVERIFY(sim.start());
+        QCOMPARE(readDict(getSettingsFilePath(259)).intValue("CalibrationType"), 1);
         // Without the pane's port, a line that notifies it is answered, not fatal.
         QCOMPARE(sim.console(QStringLiteral("page 1")),
                  QStringLiteral("ok: \"preferenceCommend\" absent, code 01 not sent"));
         test::Recorder pane(kPreferencePortName);
         QStringList heard;
         pane.onMessage = [&] {
-            const SettingsDict state = readDict(getUilitiesFilePath());
+            const SettingsDict now = readDict(getUilitiesFilePath());
             heard << QStringLiteral("%1/%2%3")
                          .arg(pane.messages.back())
-                         .arg(state.intValue("currentDeviceType"))
-                         .arg(QChar(state.boolValue("DriverEnable") ? u'+' : u'-'));
+                         .arg(now.intValue("currentDeviceType"))
+                         .arg(QChar(now.boolValue("DriverEnable") ? u'+' : u'-'));
         };
         QVERIFY(
-            sim.ok(QStringLiteral("disconnect; connect; disconnect; connect 259; driver off; "
+            sim.ok(QStringLiteral("disconnect; connect; disconnect; connect 317; driver off; "
                                   "driver on; reload; page 0; page 3; next; refresh; "
                                   "verbose on")));
-        QTRY_COMPARE(heard.join(u' '), QStringLiteral("05/0+ 04/317+ 05/0+ 04/259+ 07/259- "
-                                                      "06/259+ 06/259+ 00/259+ 03/259+ 08/259+"));
+        QTRY_COMPARE(heard.join(u' '), QStringLiteral("05/0+ 04/259+ 05/0+ 04/317+ 07/317- "
+                                                      "06/317+ 06/317+ 00/317+ 03/317+ 08/317+"));
         const auto before = readSmallFile(getUilitiesFilePath(), 1 << 20);
         QVERIFY(readPlistFile(getUilitiesFilePath())->boolValue("RefreshCalibrationType"));
         QVERIFY(readPlistFile(getUilitiesFilePath())->boolValue("VerboseLog"));
@@ -249,7 +212,7 @@ class SimTest : public QObject {
         // Still serving, and nothing reached the pane before this line's message.
         QVERIFY(sim.ok(QStringLiteral("page 2")));
         QTRY_COMPARE(heard.size(), 11);
-        QCOMPARE(heard.back(), QStringLiteral("02/259+"));
+        QCOMPARE(heard.back(), QStringLiteral("02/317+"));
     }
 
     // Steps: a console line, "TERM" for the signal, or a range command ("+" answered, "-"
@@ -261,13 +224,10 @@ class SimTest : public QObject {
         } rows[] = {
             // Unanswered, yet received and applied.
             {"--never-reply", "-", 1, -1},
-            {"", "noreply on, -, noreply off, +", 2, -1},
             {"--reply-delay 100", "+, delay 1000, -, delay 0, +", 3, -1},
             // The command it vanishes on is not applied, and the port is gone.
             {"--vanish-on 2", "+, -", 1, 3},
-            {"", "+, vanish 1, -", 1, 3},
-            // Settings wait while no panel is connected.
-            {"", "+, disconnect, +", 1, -1},
+            // Once the panel is back, settings apply again.
             {"", "disconnect, connect, +", 1, -1},
             {"", "+, quit", 1, 0},
             {"", "+, TERM", 1, 0},
@@ -302,15 +262,12 @@ class SimTest : public QObject {
     void hardwareReportsByteForByte() {
         test::writeSmallDeviceList();
         Sim sim(*roots_);
-        QVERIFY(
-            sim.start("--dip-byte 0x7E --firmware 0A0B01020304 --faulty-led 1:2 "
-                      "--faulty-sensor 2:* --incomplete-runs 1 --left-out-areas 1"));
+        QVERIFY(sim.start(
+            "--faulty-led 1:2 --faulty-sensor 2:* --incomplete-runs 1 --left-out-areas 1"));
         test::Recorder page(kHardwareInfoPortName);
         const struct {
             const char *step, *answer, *reports;
         } rows[] = {
-            {">1A", "", "00 7E"},
-            {">1B", "", "06 0A 0B 01 02 03 04"},
             // Records: area, point, two bytes, LED state << 4 | sensor state, two bytes.
             {">1C", "3D 01 00 00", "01 02 01 00 00 01 00 00"},  // area 1 left out
             {">1C", "3D 01 00 00",
@@ -319,11 +276,8 @@ class SimTest : public QObject {
             {">1C", "3D 01 00 00", "01 02 01 00 00 10 00 00"},
             {">1C", "3D 01 00 00",
              "01 01 01 00 00 01 00 00 01 02 00 00 00 00 00 02 01 00 00 10 00 00"},
-            {"dip 0x81; firmware 1122334455AA; unknown on", "", ""},
-            {">1A", "", "63 01 02 03 04 05 06 07|00 81"},
-            {"unknown off; short on", "", ""},
-            {">1B", "", "06 11 22 33 44 55"},
-            {"short off; flood 5", "", "00 00|06 11 22 33 44 55 AA|18 00 00 01|01|00 04"},
+            {"dip 0x81; firmware 1122334455AA; >1A", "", "00 81"},
+            {"flood 5", "", "00 00|06 11 22 33 44 55 AA|18 00 00 01|01|00 04"},
             {"buttons 1 0 2; >1E 01", "", "18 01 00 02"},
             {">1E 00; buttons cycle; >1E 01", "", "18 01 00 00|18 00 01 00"},
         };
@@ -342,7 +296,7 @@ class SimTest : public QObject {
             QTRY_COMPARE(page.messages.mid(before, count).join(u'|'), reports);
         }
         QVERIFY(sim.console(QStringLiteral("status"))
-                    .startsWith(QStringLiteral("ok: model 317, connected, 11 commands received, "
+                    .startsWith(QStringLiteral("ok: model 317, connected, 8 commands received, "
                                                "delay 0 ms, answering, vanish on never; 4 "
                                                "self-test runs, ")));
     }
