@@ -52,10 +52,6 @@ class TestEnvironment {
     QTemporaryDir root_;
 };
 
-inline QString utilitiesPath() {
-    return QString::fromStdString(getUilitiesFilePath());
-}
-
 inline void writeUtilities(const SettingsDict &dict) {
     QVERIFY(writePlistFileAtomically(dict, getUilitiesFilePath()));
 }
@@ -77,7 +73,7 @@ inline std::optional<SettingsDict> readUtilities() {
 }
 
 inline QByteArray utilitiesBytes() {
-    QFile file(utilitiesPath());
+    QFile file(QString::fromStdString(getUilitiesFilePath()));
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 

@@ -1,8 +1,6 @@
 // The Calibration page through real widgets and keys, fake displays and a fake daemon on a bus.
 #include <QtWidgets>
 
-#include <sys/stat.h>
-
 #include <bit>
 
 #include "calibration/calibrationviewclt.h"
@@ -104,7 +102,6 @@ const struct Chord {
     const char *calibrationKey = "C";
 } kChords[] = {
     {"1 as !", Qt::Key_Exclam, kCS, true, {"12 01 00"}, "1"},
-    {"7 as / (German)", Qt::Key_Slash, kCS, true, {"12 01 00"}, "7"},
     {"Control+Shift+Tab moves the focus", Qt::Key_Backtab, kCS, false, {}},
     {"C", Qt::Key_C, kCS, true, {"12 01 00"}},
     {"S: 2 steps to 0", Qt::Key_S, kCS, true, {"12 00 00", "13 00 00"}},
@@ -151,15 +148,6 @@ class CalibrationTest : public QObject, public test::PaneFixture {
     static QImage look(QWidget *widget) {
         QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
         return widget->grab().toImage();
-    }
-    // What no settings file changes: the type, start and the hot keys.
-    QList<QImage> keptLooks() const {
-        QList<QImage> out;
-        for (const char *name :
-             {"calibrationMatrix_", "startButton_", "calibrationBtn_", "simpleSwitchBtn_"}) {
-            out << look(w<QWidget>(name));
-        }
-        return out;
     }
     void expectSent(const QStringList &expected) {
         test::sendMarker();
@@ -245,17 +233,12 @@ class CalibrationTest : public QObject, public test::PaneFixture {
         QFETCH(QString, shown);
         makePage(model, list, std::nullopt);
         QCOMPARE(w<QLabel>("resolution_")->text(), resolution);
-        QVERIFY(!w<QLabel>("resolution_")->isEnabled());
         const QString name = shown.section(' ', 1);
         const QByteArray key = "Calibration.display." + shown.section(' ', 0, 0).toLatin1();
         const QString text = localizedText(key.constData());
         QCOMPARE(w<QLabel>("touchDisplay_")->text(),
                  text.contains("%1") ? text.arg(name + ", M " + name) : text);
-        // Heard as shown, values and hot keys; the sentence about the display is a Tab stop.
-        QCOMPARE(test::unheardLabels(window_.get()), QStringList{});
-        w<QPushButton>("calibrationBtn_")->setFocus();
-        QTest::keyClick(w<QPushButton>("calibrationBtn_"), Qt::Key_Backtab);
-        QCOMPARE(QApplication::focusWidget(), w<QLabel>("touchDisplay_"));
+        QCOMPARE(test::unheardLabels(window_.get()), QStringList{});  // heard as shown
     }
 
     // A digit's key on the number row, told by its place (XKB codes) or by its symbol.
@@ -276,18 +259,16 @@ class CalibrationTest : public QObject, public test::PaneFixture {
             QFile::remove(QString::fromStdString(getSupportResolutionListFilePath()));
         }
         makePage(s.model, {display("DP-9", s.width, 1080, 1, 1)}, file);
-        const QList<QImage> kept = keptLooks();
         const QImage whole = look(window_.get());
         const QString name = "calibration-" + QString(s.name).replace(' ', '-');
         QCOMPARE(test::snapshotMismatch(window_.get(), name), QString());
         expectSent({});
         QCOMPARE(readPlistFile(path())->intValue("CalibrationType"), s.type);
-        // Without the file the simple setting goes back to row 0; the type, start and keys stay.
+        // Without the file the simple setting goes back to row 0; with it back the page is as it
+        // was (a checked simple row is cleared for none).
         QFile::remove(QString::fromStdString(path()));
         ctl_->updateUIState();
         QCOMPARE(w("simpleSetting_")->selectedRow(), 0);
-        QVERIFY(keptLooks() == kept);
-        // With the file back the page is as it was (a checked simple row is cleared for none).
         QVERIFY(writePlistFileAtomically(file, path()));
         ctl_->updateUIState();
         QVERIFY(look(window_.get()) == whole);
@@ -339,8 +320,6 @@ class CalibrationTest : public QObject, public test::PaneFixture {
         const QString alert = QString::fromLatin1(alertKey);
         const char *button = simple ? "simpleSwitchBtn_" : "calibrationBtn_";
         makePage(317, {}, file ? std::optional(settings(0, 0, 0)) : std::nullopt);
-        struct stat before {};
-        ::stat(path().c_str(), &before);
         daemon ? void() : daemon_.stop();
         QString alertText;
         bool keptUnderAlert = false, open = false;
@@ -349,7 +328,6 @@ class CalibrationTest : public QObject, public test::PaneFixture {
         whileModal(
             [&] { QTest::mouseClick(w<QPushButton>(button), Qt::LeftButton); },
             [&] {
-                QCOMPARE(win->geometry().center(), window_->geometry().center());
                 QCOMPARE(win->windowTitle(), localizedText(simple ? "HotKey.simple.title"
                                                                   : "HotKey.calibration.title"));
                 auto *keys = win->findChild<QComboBox *>();
@@ -383,9 +361,6 @@ class CalibrationTest : public QObject, public test::PaneFixture {
                      .value_or(SettingsDict{})
                      .stringValue(simple ? "SimpleHotKey" : "CalibrationHotKey"),
                  now.toStdString());
-        struct stat after {};
-        ::stat(path().c_str(), &after);
-        QCOMPARE(after.st_ino != before.st_ino, stored);  // replaced, even when unchanged
         QCOMPARE(w<QPushButton>(button)->text(), file ? localizedText("HotKeyString") + now : "");
         expectSent(*sent ? QStringList{sent} : QStringList{});
     }
