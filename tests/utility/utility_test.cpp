@@ -20,9 +20,9 @@ namespace {
 
 void writeState(int model, bool driver, bool showMenu = true) {
     SettingsDict state = utilitiesDefaults();
-    state.set("isShowStatuMenu", PlistValue(showMenu));
-    state.set("DriverEnable", PlistValue(driver));
-    state.set("currentDeviceType", PlistValue(model));
+    state.set("isShowStatuMenu", showMenu);
+    state.set("DriverEnable", driver);
+    state.set("currentDeviceType", model);
     QVERIFY(writePlistFileAtomically(state, getUilitiesFilePath()));
 }
 
@@ -93,8 +93,6 @@ class UtilityTest : public QObject {
              "oooo Xoo- oooX"},
             {317, true, 2, 1, State::Connected, "Touch panel connected: Tavix TX-317",
              "oooo o-Xo o-x-"},
-            {317, false, 1, 0, State::DriverDisabled, "The touch panel driver is disabled",
-             "oooo x--- ox--"},
             {999, true, 1, 0, State::Connected, "Touch panel connected: 999", "oooo o-Xo ox--"},
             {0, true, 1, 1, State::NoPanel, "No touch panel connected", "oooo x--- ox--"},
             {317, false, 0, 0, State::DriverDisabled, "Der Touch-Panel-Treiber ist deaktiviert",
@@ -103,8 +101,8 @@ class UtilityTest : public QObject {
         for (const auto &row : rows) {
             installUtilityTranslations(QLocale(row.language));
             SettingsDict settings = settingItemsDefaults();
-            settings.set("CalibrationType", PlistValue(row.type));
-            settings.set("SimpleCalibrationType", PlistValue(row.row));
+            settings.set("CalibrationType", row.type);
+            settings.set("SimpleCalibrationType", row.row);
             QVERIFY(writePlistFileAtomically(settings, getSettingsFilePath(row.model)));
             writeState(row.model, row.driver);
             QVERIFY(QTest::qWaitFor(
@@ -125,7 +123,7 @@ class UtilityTest : public QObject {
     void menuActionsSendThePagesBytesOrOpenThePage() {
         writeState(317, true);
         SettingsDict settings = settingItemsDefaults();
-        settings.set("CalibrationType", PlistValue(2));
+        settings.set("CalibrationType", 2);
         QVERIFY(writePlistFileAtomically(settings, getSettingsFilePath(317)));
         QVERIFY(writePlistFileAtomically(settings, getSettingsFilePath(259)));
         QVERIFY(writePlistFileAtomically(settingItemsDefaults(), getSettingsFilePath(420)));
@@ -146,8 +144,6 @@ class UtilityTest : public QObject {
             {317, "simpleSetting1", ""},
             {259, "startCalibration", "17 00 00"},
             {0, "startCalibration", ""},
-            {0, "manualCalibration", ""},
-            {0, "simpleSetting1", ""},
         };
         for (const auto &row : rows) {
             writeState(row.model, true);
@@ -200,7 +196,6 @@ class UtilityTest : public QObject {
         const std::pair<qint32, QByteArray> rows[] = {{0, "SBQT"},
                                                       {kStatusBarQuitMsgId, "SBQ"},
                                                       {kStatusBarQuitMsgId, "SBQTX"},
-                                                      {kStatusBarQuitMsgId, ""},
                                                       {kStatusBarQuitMsgId, kStatusBarQuitData}};
         for (const auto &[msgid, data] : rows) {
             std::optional<PortReply> reply;
