@@ -78,7 +78,10 @@ class ShellTest : public QObject, PaneFixture {
         if (model >= 0) {
             writeUtilities(utilities(model, driver, page, !logged.isEmpty(), true));
         }
+        verboseLog = !logged.isEmpty();  // as a monitor pass before the load would have left it
+        LogCapture loading;
         startPane();
+        QCOMPARE(loading.stop(), logged.isEmpty() ? QStringList{} : QStringList{"mainViewDidLoad"});
         const auto shown = [&] {
             return QList<bool>{tabView()->isVisible(), popUp()->isVisible(),
                                checkBox()->isVisible(), alert()->isVisible()};
