@@ -64,7 +64,9 @@ class CommandPortTest : public QObject, PaneFixture {
         writeUtilities(utilities(model, driver, startPage, true));
         log_.clear();
 
+        LogCapture capture;  // the files ask for verbose logging
         QVERIFY(sendToPane(bytes(code), 0x1234));
+        QCOMPARE(capture.stop().contains(" device  COMMAND_DRIVER_DISABLE "), code == 7);
         QCOMPARE(log_.join('|'), calls);
         QCOMPARE(gDriverEnable.load(), driver);
         QCOMPARE(tabView()->isVisibleTo(view()), !*alertKey);
