@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <functional>
 #include <memory>
+#include <optional>
 
 #include "atomic_file.h"
 #include "messageport.h"
@@ -51,10 +52,19 @@ class Sim {
                           QString::fromLatin1(args).split(u' ', Qt::SkipEmptyParts));
         return process.waitForStarted(5000) && nextLine().startsWith(QStringLiteral("ready:"));
     }
-    // Sends one console line and returns its one-line answer ("ok: ..." or "error: ...").
+    // Sends one console line and returns its answer: any lines it prints, then the one line
+    // "ok: ..." or "error: ...".
     QString console(const QString &line) {
         process.write((line + QLatin1Char('\n')).toUtf8());
-        return nextLine();
+        QStringList answer;
+        while (answer.isEmpty() || !(answer.back().startsWith(QStringLiteral("ok:")) ||
+                                     answer.back().startsWith(QStringLiteral("error:")))) {
+            if (!readLine()) {
+                break;
+            }
+            answer << *readLine_;
+        }
+        return answer.join(u'\n');
     }
     // Sends console lines ("; " between them); true when each is answered "ok: ...".
     bool ok(const QString &lines) {
@@ -77,13 +87,21 @@ class Sim {
     QProcess process;
 
   private:
-    QString nextLine() {
+    QString nextLine() { return readLine() ? *readLine_ : QString(); }
+    // The next line of its output without its line end; false if none comes in 10 s.
+    bool readLine() {
         [[maybe_unused]] const bool ready = QTest::qWaitFor(
             [&] { return process.canReadLine() || process.state() == QProcess::NotRunning; },
             10000);
-        return process.canReadLine() ? QString::fromUtf8(process.readLine()).trimmed() : QString();
+        readLine_ = process.canReadLine() ? std::optional(QString::fromUtf8(process.readLine()))
+                                          : std::nullopt;
+        if (readLine_) {
+            readLine_->chop(1);
+        }
+        return readLine_.has_value();
     }
 
+    std::optional<QString> readLine_;
     QString log_;
 };
 #endif
