@@ -123,6 +123,18 @@ TEST(PlistGuardTest, HostileFilesAreRefusedForTheRightReason) {
         {"binary UTF-16 text", binaryPlist({dict, key, std::string("\x61\x00\xE9", 3)}), V::Accept},
         {"binary offset table shorter than the count", shortTable, V::Malformed},
         {"binary header only", "bplist00", V::Malformed},
+        // Each way a count that follows its marker can be wrong, for containers and strings.
+        {"binary count not an integer", binaryPlist({dict, key, "\xAF\x20\x01"}), V::Malformed},
+        {"binary count 16 bytes wide", binaryPlist({dict, key, "\xAF\x14\x01"}), V::Malformed},
+        {"binary count past the objects", binaryPlist({dict, key, "\xAF\x12\x01"}), V::Malformed},
+        {"binary string count not an integer", binaryPlist({dict, key, "\x5F\x20\x01"}),
+         V::Malformed},
+        {"binary string longer than the objects",
+         binaryPlist({dict, key,
+                      "\x5F\x10\x40"
+                      "a"}),
+         V::Malformed},
+        {"binary offset table inside the objects", trailer(31, 8), V::Malformed},
         {"binary offset size 0", trailer(6, 0), V::Malformed},
         {"binary root one past the last object", trailer(23, 3), V::Malformed},
         {"binary nesting at the limit", chain(limit - 2, '\xA1'), V::Accept},
