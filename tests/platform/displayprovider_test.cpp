@@ -75,7 +75,10 @@ class DisplayProviderTest : public QObject {
         QTemporaryDir root;
         connector(root.path(), "DSI-1", "connected", edid(2, 0x2021));
         connector(root.path(), "DP-3", "connected", edid(0x10AC, 0xA0C4, "Panel B\n  ", 0));
-        connector(root.path(), "DP-4", "connected", edid(5, 6, "AB\1CD"));
+        connector(root.path(), "DP-4", "connected",
+                  edid(5, 6,
+                       "~A B\x7F"
+                       "CD"));  // ends at 0x7F
         connector(root.path(), "DP-5", "connected", edid(7, 8).left(127));
         connector(root.path(), "HDMI-A-1", "disconnected", edid(4, 40));
         // Real EDIDs: a laptop panel, an odd vendor code with an extension block, a repeated block.
@@ -97,7 +100,7 @@ class DisplayProviderTest : public QObject {
                                                                   {"DP-7", "", b}}));
         QCOMPARE(describe(provider.onlineDisplays()),
                  "DP-3, Panel B 10ac:a0c4 10,20 1919.5x1080 | DSI-1 2:2021builtin 10,20 1919.5x1080"
-                 " | X 756e6b6e:0 10,20 1919.5x1080 | DP-4, AB 5:6 10,20 1919.5x1080"
+                 " | X 756e6b6e:0 10,20 1919.5x1080 | DP-4, ~A B 5:6 10,20 1919.5x1080"
                  " | DP-5 756e6b6e:0 10,20 1919.5x1080 | HDMI-A-1 756e6b6e:0 10,20 1919.5x1080"
                  " | eDP-1 dae:1132builtin 10,20 1919.5x1080 | DP-6, SyncMaster 3e:616 10,20 "
                  "1919.5x1080 | DP-7, Elo15 158f:0 10,20 1919.5x1080");
