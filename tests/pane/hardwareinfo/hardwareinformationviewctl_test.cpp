@@ -19,52 +19,35 @@ using namespace tavix;
 
 namespace {
 
-QByteArray bytes(std::initializer_list<int> list) {
-    QByteArray b;
-    for (int v : list) {
-        b.append(static_cast<char>(v));
-    }
-    return b;
-}
-
 // A self-test report of "area:point:state" records, the state byte in hex ("1:2:10 3:1:0").
 QByteArray records(const QString &list) {
     QByteArray b(1, 1);
     for (const QString &record : list.split(' ')) {
         const QStringList r = record.split(':');
-        b += bytes({r[0].toInt(), r[1].toInt(), 0, 0, r[2].toInt(nullptr, 16), 0, 0});
+        b += char(r[0].toInt()) + QByteArray(1, char(r[1].toInt())) + QByteArray(2, 0) +
+             char(r[2].toInt(nullptr, 16)) + QByteArray(2, 0);
     }
     return b;
 }
 
 // Models 317 and 259 with the areas "Top", "Left" and "Right" of four points; 420 has none.
 void writeDeviceList() {
-    QString list = "<plist version=\"1.0\"><array>";
-    for (int model : {317, 259}) {
+    QString areas, list = "<plist version=\"1.0\"><array>";
+    for (const char *area : {"Top", "Left", "Right"}) {
+        areas += QString(
+                     "<dict><key>Area</key><string>%1</string><key>Point</key><integer>4"
+                     "</integer><key>Index</key><integer>%2</integer></dict>")
+                     .arg(area)
+                     .arg(areas.count("<dict>") + 1);
+    }
+    for (const char *model : {"317", "259"}) {
         list += QString(
                     "<dict><key>ModelType</key><integer>%1</integer><key>Name</key><string>"
-                    "TX-%1</string><key>LEDSensorArray</key><array>")
-                    .arg(model);
-        for (int i : {1, 2, 3}) {
-            list += QString(
-                        "<dict><key>Area</key><string>%1</string><key>Point</key><integer>4"
-                        "</integer><key>Index</key><integer>%2</integer></dict>")
-                        .arg(QStringList{"", "Top", "Left", "Right"}[i])
-                        .arg(i);
-        }
-        list += "</array></dict>";
+                    "TX-%1</string><key>LEDSensorArray</key><array>%2</array></dict>")
+                    .arg(model, areas);
     }
     list += "<dict><key>ModelType</key><integer>420</integer></dict></array></plist>";
     QVERIFY(writeFileAtomically(getSupportDeviceListFilePath(), list.toStdString()));
-}
-
-// A self-test report with one good record per area number in `areas` ("1 1 2").
-QByteArray areaReport(const QString &areas) {
-    QByteArray b(1, 1);
-    for (const QString &area : areas.split(' ')) {
-        b += bytes({area.toInt(), int(b.size() / 7) + 1, 0, 0, 0, 0, 0});
-    }
-    return b;
 }
 
 // Records each command as "1D 01"; answers 28 with type 317, at once or (`late`) when told.
@@ -100,14 +83,17 @@ class HardwareInformationViewCtlTest : public QObject {
         return w ? w : (qFatal("no widget %s", qPrintable(name)), nullptr);
     }
     QString text(const QString &name) { return find(name)->text(); }
+    QTabWidget *tabs() { return find<QTabWidget>("hardwareInfoTabView_"); }
+    // A table's whole model, a row as "Top|OK".
     QStringList rows(const char *table) {
         QStringList out;
         auto *model = find<QTableView>(table)->model();
         for (int r = 0; r < model->rowCount(); ++r) {
-            out << model->index(r, 0).data().toString();
-            for (int c = 1; c < model->columnCount(); ++c) {
-                out.last() += '|' + model->index(r, c).data().toString();
+            QStringList cells;
+            for (int c = 0; c < model->columnCount(); ++c) {
+                cells << model->index(r, c).data().toString();
             }
+            out << cells.join('|');
         }
         return out;
     }
@@ -140,20 +126,6 @@ class HardwareInformationViewCtlTest : public QObject {
         QTRY_COMPARE(sent("1C"), before + 1);
         QTRY_COMPARE(selfTest()->getHardwareType(), 317);
     }
-    // The text with each "{id}" replaced by its translation.
-    static QString translated(QString text) {
-        static const QRegularExpression id(R"(\{([\w.]+)\})");
-        for (QRegularExpressionMatch m; (m = id.match(text)).hasMatch();) {
-            text.replace(m.capturedStart(), m.capturedLength(), qtTrId(qPrintable(m.captured(1))));
-        }
-        return text;
-    }
-    static QStringList verdictRows(QStringList rows) {  // "Top|OK" as it is shown
-        for (QString &row : rows) {
-            row = translated(row.replace('|', "|{selfTest.") + '}');
-        }
-        return rows;
-    }
 
   private Q_SLOTS:
     void init() {
@@ -174,28 +146,22 @@ class HardwareInformationViewCtlTest : public QObject {
         daemon_.reset();
     }
 
-    // Each tab as it looks for the file and the reports, every value heard as itself. The report
-    // bytes are lopsided, so that a swapped nibble, byte or switch order shows; the 317 row also
-    // shows the rotation tab and a self-test of good and bad areas. "values": the input mode,
-    // buttons ("-" hidden), switches and checksum as their labels hold them (some hidden here).
+    // Each tab as it looks for the file and the reports. The report bytes are lopsided, so that a
+    // swapped nibble, byte or switch order shows; a mode out of the menu keeps the text shown
+    // before ("(old)"). The 317 row also shows the rotation tab and a self-test of good and bad
+    // areas.
     void shownFromSettingsAndReports_data() {
         QTest::addColumn<int>("model");
         QTest::addColumn<int>("inputMode");
         QTest::addColumn<QByteArray>("reports");
-        QTest::addColumn<QString>("values");
-        QTest::newRow("317") << 317 << 2 << QByteArray::fromHex("00de 0634120001026100")
-                             << "{Hardware.InputMode.Pen}|{Hardware.FounctionButton1}|"
-                                "{Hardware.Disable}|00010010|1234";
-        QTest::newRow("259") << 259 << 3 << QByteArray::fromHex("007f 06abcd01230161")
-                             << "(old)|{Hardware.FounctionButton1}|-|00001000|cdab";
-        QTest::newRow("420") << 420 << -1 << QByteArray::fromHex("0000 0600000000000000")
-                             << "(old)||-|11111111|0000";
+        QTest::newRow("317") << 317 << 2 << QByteArray::fromHex("00de 0634120001026100");
+        QTest::newRow("259") << 259 << 3 << QByteArray::fromHex("007f 06abcd01230161");
+        QTest::newRow("420") << 420 << -1 << QByteArray::fromHex("0000 0600000000000000");
     }
     void shownFromSettingsAndReports() {
         QFETCH(int, model);
         QFETCH(int, inputMode);
         QFETCH(QByteArray, reports);
-        QFETCH(QString, values);
         gModelType = model;
         if (inputMode >= 0) {
             writeSettings(model, {{"RotateMode", 3},
@@ -205,23 +171,12 @@ class HardwareInformationViewCtlTest : public QObject {
                                   {"InputMode", inputMode},
                                   {"PenSoftSupport", model == 317}});
         }
-        find("inputMode_")->setText(QStringLiteral("(old)"));  // a mode out of the menu keeps it
-        ctl_->pointerMonitor()->setPointerSource([] { return QPointF(12.5, 34.5); });
+        find("inputMode_")->setText(QStringLiteral("(old)"));
         ctl_->updateUIState();
         sendReport(reports.left(2));
         sendReport(reports.mid(2));
-        QStringList shown;
-        for (const char *name : {"inputMode_", "funByButton1_", "funByButton2_"}) {
-            shown << (find(name)->isHidden() ? "-" : text(name));
-        }
-        shown << "" << text("checkSum2_");
-        for (int n = 1; n <= 8; ++n) {
-            shown[3] += text(QStringLiteral("DIPSW%1_").arg(n));
-        }
-        QCOMPARE(shown.join('|'), translated(values));
-        find("compName_")->setText(QStringLiteral("desk"));  // not this machine's name
         const auto looks = [this](int tab) {
-            find<QTabWidget>("hardwareInfoTabView_")->setCurrentIndex(tab);
+            tabs()->setCurrentIndex(tab);
             return test::snapshotMismatch(
                 page_.get(),
                 QStringLiteral("hardwareinfo-%1-tab%2").arg(QTest::currentDataTag()).arg(tab));
@@ -229,7 +184,7 @@ class HardwareInformationViewCtlTest : public QObject {
         QCOMPARE(looks(0), QString());
         // The rotation tab shows the file's row as it is when the tab is chosen.
         writeSettings(model, {{"RotateMode", 1}});
-        sendReport(bytes({24, 1, 0, 2}));
+        sendReport(QByteArray::fromHex("18010002"));
         if (model == 317) {
             QCOMPARE(looks(1), QString());
             startTest();
@@ -239,45 +194,43 @@ class HardwareInformationViewCtlTest : public QObject {
                         "3:3:11 3:4:11"));
             QCOMPARE(looks(2), QString());
         }
-        // Every value on every tab is heard as itself (a released button as a word), with no
-        // fixed name, so that a change is heard; each is labelled by its caption and a Tab stop.
+        // A released button is a blank heard as a word; the values beside a caption of their
+        // own are labelled by it and reached by Tab.
         QCOMPARE(
             QAccessible::queryAccessibleInterface(find("stateByButton1_"))->text(QAccessible::Name),
-            qtTrId("Hardware.buttonReleased"));
-        for (int tab : {2, 1, 0}) {
-            find<QTabWidget>("hardwareInfoTabView_")->setCurrentIndex(tab);
-            QCOMPARE(test::unheardLabels(page_.get()), QStringList{});
-        }
+            QStringLiteral("released"));
         for (const char *value :
-             {"modelName_", "driverVersion_", "version_", "checkSum2_", "DIPSW3_", "inputMode_",
-              "stateByButtonL_", "funByButton1_", "rotateAngle_", "mouseCoordinate_"}) {
+             {"checkSum2_", "DIPSW3_", "inputMode_", "funByButton1_", "rotateAngle_"}) {
             QVERIFY2(!QAccessible::queryAccessibleInterface(find(value))
                              ->relations(QAccessible::Label)
                              .isEmpty() &&
-                         find(value)->accessibleName().isEmpty() &&
                          (find(value)->focusPolicy() & Qt::TabFocus),
                      value);
         }
     }
 
-    // The queries and the mouse-action and button-report switches, by inner tab and model.
+    // What each tab asks of the pointer, by model, when it is chosen and when the page is shown:
+    // the mouse action ("1D") and the button report ("1E"); leaving gives both back.
     void commandsByTab_data() {
         QTest::addColumn<int>("model");
         QTest::addColumn<int>("tab");
         QTest::addColumn<QStringList>("sent");
-        QTest::newRow("tab 0") << 317 << 0 << QStringList{"1A", "1B", "1D 00", "1E 00"};
-        QTest::newRow("tab 1") << 259 << 1 << QStringList{"1A", "1B", "1D 00", "1E 01"};
-        QTest::newRow("tab 2") << 259 << 2 << QStringList{"1A", "1B", "1D 01", "1E 00"};
-        QTest::newRow("tab 2, 317") << 317 << 2 << QStringList{"1A", "1B", "1D 00", "1E 00"};
+        QTest::newRow("tab 0") << 317 << 0 << QStringList{"1D 00", "1E 00"};
+        QTest::newRow("tab 1") << 259 << 1 << QStringList{"1D 00", "1E 01"};
+        QTest::newRow("tab 2") << 259 << 2 << QStringList{"1D 01", "1E 00"};
+        QTest::newRow("tab 2, 317") << 317 << 2 << QStringList{"1D 00", "1E 00"};
     }
     void commandsByTab() {
         QFETCH(int, model);
         QFETCH(int, tab);
+        QFETCH(QStringList, sent);
         gModelType = model;
-        find<QTabWidget>("hardwareInfoTabView_")->setCurrentIndex(tab);
+        tabs()->setCurrentIndex((tab + 1) % 3);
         settle();
+        tabs()->setCurrentIndex(tab);
+        QCOMPARE(settle(), sent);
         ctl_->updateUIState();
-        QTEST(settle(), "sent");
+        QCOMPARE(settle(), QStringList({"1A", "1B"}) + sent);
         ctl_->unselectedView();
         QCOMPARE(settle(), (QStringList{"1D 00", "1E 00"}));
     }
@@ -299,8 +252,6 @@ class HardwareInformationViewCtlTest : public QObject {
             << QStringList{"start", "stop", "1 2"} << 1 << half;
         QTest::newRow("stop before the hardware type")
             << QStringList{"late", "start", "1 2", "stop", "answer"} << 1 << half;
-        QTest::newRow("left: no further run")
-            << QStringList{"start", "leave", "1 2"} << 1 << QStringList{};
         QTest::newRow("left before the hardware type")
             << QStringList{"late", "start", "1 2", "leave", "answer"} << 1 << QStringList{};
         QTest::newRow("left: the picture stays")
@@ -309,7 +260,6 @@ class HardwareInformationViewCtlTest : public QObject {
     void selfTestRuns() {
         QFETCH(QStringList, steps);
         QFETCH(int, runs);
-        QFETCH(QStringList, led);
         ctl_->updateUIState();
         settle();
         QString pictureWhenLeft;
@@ -334,20 +284,24 @@ class HardwareInformationViewCtlTest : public QObject {
             } else {
                 // Runs start in turn: each report after the answer to the last start.
                 QTRY_VERIFY(daemon_->late || !selfTest()->awaitingHardwareType());
-                sendReport(areaReport(step));
+                QStringList list;
+                for (const QString &area : step.split(' ')) {
+                    list << QStringLiteral("%1:%2:0").arg(area).arg(list.size() + 1);
+                }
+                sendReport(records(list.join(' ')));
             }
         }
         QTRY_VERIFY(daemon_->late || !selfTest()->awaitingHardwareType());
         // The run count keeps pace with the starts sent, and nothing more goes out later.
         QCOMPARE(selfTest()->testTimesCount(), runs);
         QCOMPARE(settle().count("1C"), runs);
-        QCOMPARE(rows("LEDTable_"), verdictRows(led));
+        QTEST(rows("LEDTable_"), "led");
         QCOMPARE(steps.contains("leave") ? selfTest()->picture()->describe() : QString(),
                  pictureWhenLeft);
     }
 
-    // Verdicts over one report; a later report updates the tables in place, and the records
-    // kept have a bound.
+    // Verdicts over one report; a later report updates the tables in place, the records kept
+    // have a bound, and the next showing starts empty.
     void selfTestJudgesInPlace() {
         ctl_->updateUIState();
         startTest();
@@ -355,20 +309,16 @@ class HardwareInformationViewCtlTest : public QObject {
         // shows each area's worst run.
         sendReport(
             records("1:1:10 1:2:10 1:3:10 1:4:10 2:1:1 2:2:0 2:9:11 0:1:11 200:1:11 1:1:1 2:3:0"));
-        QCOMPARE(rows("LEDTable_"), verdictRows({"Top|ALL", "Left|OK", "Top|OK", "Left|OK"}));
-        QCOMPARE(rows("sensorTable_"), verdictRows({"Top|OK", "Left|Check", "Top|ALL", "Left|OK"}));
+        QCOMPARE(rows("LEDTable_") + rows("sensorTable_"),
+                 QStringList({"Top|All failed", "Left|OK", "Top|OK", "Left|OK", "Top|OK",
+                              "Left|Check", "Top|All failed", "Left|OK"}));
         QCOMPARE(rows("errTable_"),
-                 translated("Top|1|{selfTest.E01}|Top|1|{selfTest.OK},Top|2|{selfTest.E01}|Top|2|"
-                            "{selfTest.OK},Top|3|{selfTest.E01}|Top|3|{selfTest.OK},Top|4|"
-                            "{selfTest.E01}|Top|4|{selfTest.OK},Left|1|{selfTest.OK}|Left|1|"
-                            "{selfTest.E01},Top|1|{selfTest.OK}|Top|1|{selfTest.E01}")
-                     .split(','));
-        const QString area = qtTrId("selfTest.picture.area"), all = qtTrId("selfTest.ALL"),
-                      failed = qtTrId("selfTest.picture.failed");
+                 QStringList({"Top|1|E01|Top|1|OK", "Top|2|E01|Top|2|OK", "Top|3|E01|Top|3|OK",
+                              "Top|4|E01|Top|4|OK", "Left|1|OK|Left|1|E01", "Top|1|OK|Top|1|E01"}));
         QCOMPARE(selfTest()->picture()->describe(),
-                 area.arg("Top", all, all) + ' ' + failed.arg("1, 2, 3, 4, 1") + "; " +
-                     area.arg("Left", qtTrId("selfTest.OK"), qtTrId("selfTest.Check")) + ' ' +
-                     failed.arg("1") + "; " + qtTrId("selfTest.picture.untested").arg("Right"));
+                 QStringLiteral("Top: LEDs All failed, sensors All failed (failed points 1, 2, 3, "
+                                "4, 1); Left: LEDs OK, sensors Check (failed points 1); Right: not "
+                                "tested"));
         QCOMPARE(test::snapshotMismatch(find<FramePicture>("framePicture"),
                                         QStringLiteral("hardwareinfo-selftest-picture")),
                  QString());
@@ -377,15 +327,19 @@ class HardwareInformationViewCtlTest : public QObject {
         QSignalSpy resets(errors->model(), &QAbstractItemModel::modelReset);
         QSignalSpy added(errors->model(), &QAbstractItemModel::rowsInserted);
         sendReport(records("3:2:11"));
-        QCOMPARE(rows("errTable_").size(), 7);
-        QCOMPARE(resets.count(), 0);
-        QCOMPARE(added.count(), 1);
+        QCOMPARE(rows("errTable_").mid(5),
+                 QStringList({"Top|1|OK|Top|1|E01", "Right|2|E01|Right|2|E01"}));
+        QCOMPARE(QList<qsizetype>({resets.count(), added.count()}), QList<qsizetype>({0, 1}));
         QCOMPARE(errors->selectionModel()->selectedRows().value(0).row(), 3);
         // A daemon that keeps reporting cannot grow the records without bound.
         for (int i = 0; i < 3; ++i) {
             sendReport(QByteArray(1, 1) + records("3:1:0").mid(1).repeated(30000));
         }
         QCOMPARE(selfTest()->LEDSensorArray()->size(), HardwareSelfTest::kMaxRecords);
+        ctl_->updateUIState();
+        QCOMPARE(rows("LEDTable_") + rows("sensorTable_") + rows("errTable_") +
+                     QStringList(selfTest()->picture()->describe()),
+                 QStringList("No self-test result yet."));
     }
 
     // Ten empty runs are shown as they are; later reports are judged.
@@ -396,9 +350,9 @@ class HardwareInformationViewCtlTest : public QObject {
             sendReport(QByteArray(1, 1));
             QTRY_COMPARE(sent("1C"), std::min(run + 1, 10));
         }
-        QTRY_COMPARE(rows("LEDTable_"), verdictRows({"Top|OK"}));
+        QTRY_COMPARE(rows("LEDTable_"), QStringList("Top|OK"));
         sendReport(records("1:1:1"));
-        QCOMPARE(rows("sensorTable_"), verdictRows({"Top|ALL"}));
+        QCOMPARE(rows("sensorTable_"), QStringList("Top|All failed"));
         ctl_->unselectedView();
         QCOMPARE(selfTest()->LEDSensorArray(), nullptr);
         // Stop sends 32; a new start counts from one again.
@@ -406,10 +360,9 @@ class HardwareInformationViewCtlTest : public QObject {
         QTRY_VERIFY(daemon_->received.contains("20"));
         ctl_->updateUIState();
         startTest();
-        QCOMPARE(selfTest()->testTimesCount(), 1);
-        QCOMPARE(selfTest()->endArea(), 3);
-        QCOMPARE(selfTest()->endPoint(), 4);
-        QCOMPARE(sent("1C"), HardwareSelfTest::kMaxTestTimes + 1);
+        QCOMPARE(QList<int>({selfTest()->testTimesCount(), int(selfTest()->endArea()),
+                             int(selfTest()->endPoint()), sent("1C")}),
+                 QList<int>({1, 3, 4, HardwareSelfTest::kMaxTestTimes + 1}));
     }
 
     // Choices "how row answer": a row toggled by a screen reader, clicked or keyed; the alert
@@ -497,9 +450,7 @@ class HardwareInformationViewCtlTest : public QObject {
         at = {640.2, 480.7};
         QTRY_COMPARE(text("mouseCoordinate_"), QStringLiteral("x=640, y=480"));
         ctl_->unselectedView();
-        at = {1, 1};
-        QTest::qWait(PointerMonitor::kPointerIntervalMs * 3);
-        QCOMPARE(text("mouseCoordinate_"), QStringLiteral("x=640, y=480"));
+        QVERIFY(!ctl_->pointerMonitor()->running());
     }
 
     // The save button writes the whole report under the name asked for, without its extension.
@@ -510,12 +461,12 @@ class HardwareInformationViewCtlTest : public QObject {
                             {"FounctionButton1", true}});
         ctl_->updateUIState();
         find("compName_")->setText(QStringLiteral("desk"));
-        sendReport(bytes({0, 0xF7}));
-        sendReport(bytes({6, 0x34, 0x12, 1, 0x01, 0x02, 'a'}));
+        sendReport(QByteArray::fromHex("00f7"));
+        sendReport(QByteArray::fromHex("06341201010261"));
         startTest();
         sendReport(records("1:1:0 2:3:10 3:1:0"));
         const QString base = env_.home() + "/report";
-        find<QTabWidget>("hardwareInfoTabView_")->setCurrentIndex(2);
+        tabs()->setCurrentIndex(2);
         QCoreApplication::setAttribute(Qt::AA_DontUseNativeDialogs);  // one to answer here
         QTimer::singleShot(0, this, [&] {
             QTRY_VERIFY(qobject_cast<QFileDialog *>(QApplication::activeModalWidget()));
@@ -524,22 +475,13 @@ class HardwareInformationViewCtlTest : public QObject {
             static_cast<QDialog *>(dialog)->accept();
         });
         QTest::mouseClick(find<QPushButton>("saveReportButton"), Qt::LeftButton);
-        QFile json(base + ".json"), html(base + ".html");
-        QVERIFY(json.open(QIODevice::ReadOnly) && html.open(QIODevice::ReadOnly));
+        QFile json(base + ".json"), html(base + ".html"),
+            expected(QFINDTESTDATA("saved-report.json"));
+        QVERIFY(json.open(QIODevice::ReadOnly) && html.open(QIODevice::ReadOnly) &&
+                expected.open(QIODevice::ReadOnly));
         QJsonObject o = QJsonDocument::fromJson(json.readAll()).object();
         QVERIFY(o.take("time").toString().endsWith('Z'));
-        QCOMPARE(
-            QJsonDocument(o).toJson(QJsonDocument::Compact),
-            R"({"addresses":["192.0.2.7"],"checksum":"1234","checksumGood":false,"computerName":)"
-            R"("desk","dipSwitches":[1,0,0,0,0,0,0,0],"driverVersion":"1.0","firmwareVersion":)"
-            R"(" 1.02a","format":1,"functionButton1":true,"functionButton2":false,"inputMode":1,)"
-            R"("inputModeName":"HandWrite","modelName":"TX-317","modelType":317,"rotateMode":2,)"
-            R"("rotationDegrees":180,"selfTest":{"areas":[{"area":1,"label":"Top","led":"OK",)"
-            R"("ledFaults":0,"sensor":"OK","sensorFaults":0,"tested":1},{"area":2,"label":)"
-            R"("Left","led":"ALL","ledFaults":1,"sensor":"OK","sensorFaults":0,"tested":1},)"
-            R"({"area":3,"label":"Right","led":"OK","ledFaults":0,"sensor":"OK","sensorFaults":)"
-            R"(0,"tested":1}],"failedPoints":[{"area":2,"label":"Left","led":true,"point":3,)"
-            R"("sensor":false}]}})");
+        QCOMPARE(QJsonDocument(o).toJson(), QJsonDocument::fromJson(expected.readAll()).toJson());
         QVERIFY(html.readAll().contains("data:image/png;base64,iVBOR"));
         QVERIFY(!ctl_->saveReport(env_.home() + "/missing/dir/report"));
     }
@@ -584,8 +526,7 @@ class HardwareInformationViewCtlTest : public QObject {
         };
         gModelType = 420;
         ctl_->updateUIState();
-        QTRY_COMPARE(text("DIPSW1_"), QStringLiteral("1"));
-        QTRY_COMPARE(text("checkSum2_"), QStringLiteral("3c5a"));
+        QTRY_COMPARE(text("DIPSW1_") + text("checkSum2_"), QStringLiteral("13c5a"));
 
         QSignalSpy shown(selfTest(), &HardwareSelfTest::testShown);
         press(find<QPushButton>("testSelfButton"));
@@ -593,8 +534,8 @@ class HardwareInformationViewCtlTest : public QObject {
         // The first run left "Right 2" out; the second was complete, with 108 dead sensors.
         QCOMPARE(selfTest()->testTimesCount(), 2);
         QCOMPARE(find<QTableView>("errTable_")->model()->rowCount(), 3 + 108);
-        auto *picture = find<FramePicture>("framePicture");
-        QAccessibleInterface *said = QAccessible::queryAccessibleInterface(picture);
+        QAccessibleInterface *said =
+            QAccessible::queryAccessibleInterface(find<FramePicture>("framePicture"));
         QCOMPARE(said->role(), QAccessible::Graphic);
         QVERIFY2(said->text(QAccessible::Description).contains(QStringLiteral("40, 41")),
                  qPrintable(said->text(QAccessible::Description)));
@@ -607,8 +548,7 @@ class HardwareInformationViewCtlTest : public QObject {
         ctl_->updateUIState();
         QVERIFY(simLine("flood 400").startsWith("ok:"));
         QTRY_COMPARE(handled.count(), 2 * 2 + 400);  // each answer after an unknown report
-        QCOMPARE(text("DIPSW1_"), QStringLiteral("1"));
-        QCOMPARE(text("checkSum2_"), QStringLiteral("3c5a"));
+        QCOMPARE(text("DIPSW1_") + text("checkSum2_"), QStringLiteral("13c5a"));
         QVERIFY(simLine("short off").startsWith("ok:"));
         ctl_->updateUIState();
         QTRY_COMPARE(text("DIPSW5_"), QStringLiteral("1"));
