@@ -1,9 +1,6 @@
 // The Hardware information page on a private bus, against a fake daemon and against the simulator.
-#include <QtWidgets>
-
 #include <arpa/inet.h>
 #include <ifaddrs.h>
-#include <netinet/in.h>
 
 #include "daemonchannel.h"
 #include "framepicture.h"
@@ -18,11 +15,12 @@ using namespace tavix;
 
 namespace {
 
-// A self-test report of "area:point:state" records, the state byte in hex ("1:2:10 3:1:0").
+// A self-test report of "area:point:state" records, the state byte in hex ("1:2:10 3:1:0"); an
+// area alone is a good record of the next point.
 QByteArray records(const QString &list) {
     QByteArray b(1, 1);
-    for (const QString &record : list.split(' ')) {
-        const QStringList r = record.split(':');
+    for (const QString &record : list.split(' ', Qt::SkipEmptyParts)) {
+        const QStringList r = (record + QStringLiteral(":%1:0").arg(b.size() / 7 + 1)).split(':');
         b += char(r[0].toInt()) + QByteArray(1, char(r[1].toInt())) + QByteArray(2, 0) +
              char(r[2].toInt(nullptr, 16)) + QByteArray(2, 0);
     }
@@ -71,13 +69,12 @@ class HardwareInformationViewCtlTest : public QObject {
     // A table's whole model, a row as "Top|OK".
     QStringList rows(const char *table) {
         QStringList out;
-        auto *model = find<QTableView>(table)->model();
-        for (int r = 0; r < model->rowCount(); ++r) {
-            QStringList cells;
-            for (int c = 0; c < model->columnCount(); ++c) {
-                cells << model->index(r, c).data().toString();
+        const QAbstractItemModel *m = find<QTableView>(table)->model();
+        for (int r = 0; r < m->rowCount(); ++r) {
+            out << QString();
+            for (int c = 0; c < m->columnCount(); ++c) {
+                out.last() += (c ? "|" : "") + m->index(r, c).data().toString();
             }
-            out << cells.join('|');
         }
         return out;
     }
@@ -110,6 +107,7 @@ class HardwareInformationViewCtlTest : public QObject {
 
   private Q_SLOTS:
     void init() {
+        cleanup();
         env_.reset();
         // Models 317 and 259 with the areas "Top", "Left" and "Right" of four points; 420 none.
         const QString list = QString::fromStdString(getSupportDeviceListFilePath());
@@ -207,6 +205,26 @@ class HardwareInformationViewCtlTest : public QObject {
             QCOMPARE(QJsonDocument(o).toJson(), expected.readAll());
             QVERIFY(html.readAll().contains("data:image/png;base64,iVBOR"));
             QVERIFY(!ctl_->saveReport(env_.home() + "/missing/dir/report"));
+            // A later report updates the tables in place; the records kept have a bound; the next
+            // showing starts empty.
+            auto *errors = find<QTableView>("errTable_");
+            errors->selectRow(3);
+            QSignalSpy resets(errors->model(), &QAbstractItemModel::modelReset);
+            QSignalSpy added(errors->model(), &QAbstractItemModel::rowsInserted);
+            sendReport(records("3:2:11"));
+            QCOMPARE(rows("errTable_").mid(5),
+                     QStringList({"Top|1|OK|Top|1|E01", "Right|2|E01|Right|2|E01"}));
+            QCOMPARE(QList<qsizetype>({resets.count(), added.count()}), QList<qsizetype>({0, 1}));
+            QCOMPARE(errors->selectionModel()->selectedRows().value(0).row(), 3);
+            // A daemon that keeps reporting cannot grow the records without bound.
+            for (int i = 0; i < 3; ++i) {
+                sendReport(QByteArray(1, 1) + records("3:1:0").mid(1).repeated(30000));
+            }
+            QCOMPARE(selfTest()->LEDSensorArray()->size(), HardwareSelfTest::kMaxRecords);
+            ctl_->updateUIState();
+            QCOMPARE(rows("LEDTable_") + rows("sensorTable_") + rows("errTable_") +
+                         QStringList(selfTest()->picture()->describe()),
+                     QStringList("No self-test result yet."));
         }
         // Values beside a caption of their own are labelled by it and reached by Tab.
         for (const char *value : {"checkSum2_", "DIPSW3_", "inputMode_", "funByButton1_"}) {
@@ -252,8 +270,7 @@ class HardwareInformationViewCtlTest : public QObject {
     }
 
     // One start's runs, step by step: "start", "stop", "leave", "late" (the daemon holds its
-    // answer to 28 until "answer"), and reports as the area numbers of their records ("1 1 2"),
-    // "x" one without records.
+    // answer to 28 until "answer"), and reports as the area numbers of their records ("1 1 2").
     void selfTestRuns_data() {
         QTest::addColumn<QStringList>("steps");
         QTest::addColumn<int>("runs");
@@ -264,11 +281,9 @@ class HardwareInformationViewCtlTest : public QObject {
         QTest::newRow("a run in two reports: each judged as it comes")
             << QStringList{"start", "1 2", "3"} << 3 << QStringList{};
         QTest::newRow("ten runs at most, then judged as they come")
-            << QStringList{"start"} + QStringList(10, "x") + QStringList{"1 2 3"} << 10 << whole;
+            << QStringList{"start"} + QStringList(10, "") + QStringList{"1 2 3"} << 10 << whole;
         QTest::newRow("results before the hardware type")
             << QStringList{"late", "start", "1 2 3", "answer"} << 1 << whole;
-        QTest::newRow("stop, then a report on its way")
-            << QStringList{"start", "stop", "1 2"} << 1 << half;
         QTest::newRow("stop before the hardware type")
             << QStringList{"late", "start", "1 2", "stop", "answer"} << 1 << half;
         QTest::newRow("left before the hardware type")
@@ -303,11 +318,7 @@ class HardwareInformationViewCtlTest : public QObject {
             } else {
                 // Runs start in turn: each report after the answer to the last start.
                 QTRY_VERIFY(daemon_->late || !selfTest()->awaitingHardwareType());
-                QStringList list;
-                for (const QString &area : step.split(' ')) {
-                    list << QStringLiteral("%1:%2:0").arg(area).arg(list.size() + 1);
-                }
-                sendReport(step == "x" ? QByteArray(1, 1) : records(list.join(' ')));
+                sendReport(records(step));
             }
         }
         QTRY_VERIFY(daemon_->late || !selfTest()->awaitingHardwareType());
@@ -318,32 +329,6 @@ class HardwareInformationViewCtlTest : public QObject {
         QTEST(rows("LEDTable_"), "led");
         QCOMPARE(steps.contains("leave") ? selfTest()->picture()->describe() : QString(),
                  pictureWhenLeft);
-    }
-
-    // A later report updates the tables in place, the records kept have a bound, and the next
-    // showing starts empty.
-    void selfTestJudgesInPlace() {
-        ctl_->updateUIState();
-        startTest();
-        sendReport(records(kMixedRun));
-        auto *errors = find<QTableView>("errTable_");
-        errors->selectRow(3);
-        QSignalSpy resets(errors->model(), &QAbstractItemModel::modelReset);
-        QSignalSpy added(errors->model(), &QAbstractItemModel::rowsInserted);
-        sendReport(records("3:2:11"));
-        QCOMPARE(rows("errTable_").mid(5),
-                 QStringList({"Top|1|OK|Top|1|E01", "Right|2|E01|Right|2|E01"}));
-        QCOMPARE(QList<qsizetype>({resets.count(), added.count()}), QList<qsizetype>({0, 1}));
-        QCOMPARE(errors->selectionModel()->selectedRows().value(0).row(), 3);
-        // A daemon that keeps reporting cannot grow the records without bound.
-        for (int i = 0; i < 3; ++i) {
-            sendReport(QByteArray(1, 1) + records("3:1:0").mid(1).repeated(30000));
-        }
-        QCOMPARE(selfTest()->LEDSensorArray()->size(), HardwareSelfTest::kMaxRecords);
-        ctl_->updateUIState();
-        QCOMPARE(rows("LEDTable_") + rows("sensorTable_") + rows("errTable_") +
-                     QStringList(selfTest()->picture()->describe()),
-                 QStringList("No self-test result yet."));
     }
 
     // Choices "how row answer": a row toggled by a screen reader, clicked or keyed; the alert
@@ -409,26 +394,20 @@ class HardwareInformationViewCtlTest : public QObject {
         QCOMPARE(PointerMonitor::pointerText({100.9, -0.5}), QStringLiteral("x=100, y=0"));
         const QList<ScreenPlace> screens{{QRect(0, 0, 1920, 1080), 1.0},
                                          {QRect(1920, 0, 1280, 720), 2.0}};
-        const std::pair<QPoint, QPointF> places[] = {
-            {{100, 50}, {100, 50}}, {{2000, 100}, {2080, 200}}, {{3199, 719}, {4478, 1438}}};
-        for (const auto &[logical, pixels] : places) {
-            QCOMPARE(PointerMonitor::screenPixelPosition(logical, screens), pixels);
-        }
-        sockaddr_in v4[2] = {{AF_INET, 0, {htonl(0x7F000001)}, {}},
-                             {AF_INET, 0, {htonl(0xC6336404)}, {}}};
+        QCOMPARE(PointerMonitor::screenPixelPosition({2000, 100}, screens), QPointF(2080, 200));
+        QCOMPARE(PointerMonitor::screenPixelPosition({3199, 719}, screens), QPointF(4478, 1438));
+        sockaddr_in v4 = {AF_INET, 0, {htonl(0xC6336404)}, {}};
         sockaddr_in6 v6 = {};
         v6.sin6_family = AF_INET6;
-        // The second entry has no address, as a tunnel may not.
-        ifaddrs e[4] = {{&e[1], nullptr, 0, reinterpret_cast<sockaddr *>(&v4[0]), {}, {}, {}},
-                        {&e[2], nullptr, 0, nullptr, {}, {}, {}},
-                        {&e[3], nullptr, 0, reinterpret_cast<sockaddr *>(&v6), {}, {}, {}},
-                        {nullptr, nullptr, 0, reinterpret_cast<sockaddr *>(&v4[1]), {}, {}, {}}};
-        QCOMPARE(ipv4AddressesOf(e), (QStringList{"127.0.0.1", "198.51.100.4"}));
-        QCOMPARE(ipv4AddressesOf(nullptr), QStringList{});
-        const QString lo = "127.0.0.1", a = "10.0.0.2", b = "192.168.1.5";
-        QCOMPARE(addressMenuItems({}), QStringList{});
-        QCOMPARE(addressMenuItems({lo}), QStringList{lo});
-        QCOMPARE(addressMenuItems({lo, a, b}), (QStringList{a, b}));
+        // The first entry has no address, as a tunnel may not.
+        ifaddrs e[3] = {{&e[1], nullptr, 0, nullptr, {}, {}, {}},
+                        {&e[2], nullptr, 0, reinterpret_cast<sockaddr *>(&v6), {}, {}, {}},
+                        {nullptr, nullptr, 0, reinterpret_cast<sockaddr *>(&v4), {}, {}, {}}};
+        QCOMPARE(ipv4AddressesOf(e) + ipv4AddressesOf(nullptr), QStringList{"198.51.100.4"});
+        const QString lo = "127.0.0.1", a = "10.0.0.2";
+        QCOMPARE(QList<QStringList>(
+                     {addressMenuItems({}), addressMenuItems({lo}), addressMenuItems({a, lo})}),
+                 QList<QStringList>({{}, {lo}, {a}}));
         QCOMPARE(prettyHostnameFromMachineInfo("CHASSIS=desk\nPRETTY_HOSTNAME=\"Lab \\\"A\\\"\"\n"),
                  QStringLiteral("Lab \"A\""));
         QCOMPARE(prettyHostnameFromMachineInfo("HOSTNAME=x\n"), QString());
@@ -461,10 +440,9 @@ class HardwareInformationViewCtlTest : public QObject {
         QCOMPARE(selfTest()->testTimesCount(), 2);
         QCOMPARE(find<QTableView>("errTable_")->model()->rowCount(), 3 + 108);
         QAccessibleInterface *said =
-            QAccessible::queryAccessibleInterface(find<FramePicture>("framePicture"));
+            QAccessible::queryAccessibleInterface(find<QWidget>("framePicture"));
         QCOMPARE(said->role(), QAccessible::Graphic);
-        QVERIFY2(said->text(QAccessible::Description).contains(QStringLiteral("40, 41")),
-                 qPrintable(said->text(QAccessible::Description)));
+        QVERIFY(said->text(QAccessible::Description).contains(QStringLiteral("40, 41")));
 
         // Short, unknown and flooding reports change nothing and break nothing.
         for (const char *line : {"short on", "unknown on", "dip 0x7F"}) {
@@ -478,7 +456,6 @@ class HardwareInformationViewCtlTest : public QObject {
         QVERIFY(simLine("short off").startsWith("ok:"));
         ctl_->updateUIState();
         QTRY_COMPARE(text("DIPSW1_") + text("DIPSW5_"), QStringLiteral("01"));
-        ctl_->unselectedView();
         sim.terminate();
         QVERIFY(sim.waitForFinished(5000));
     }
