@@ -1,11 +1,7 @@
 // The Hardware information page on a private bus, against a fake daemon and against the simulator.
-#include <QtWidgets>
-
 #include <arpa/inet.h>
 #include <ifaddrs.h>
-#include <netinet/in.h>
 
-#include "atomic_file.h"
 #include "daemonchannel.h"
 #include "framepicture.h"
 #include "hardwareinformationviewctl.h"
@@ -19,53 +15,21 @@ using namespace tavix;
 
 namespace {
 
-QByteArray bytes(std::initializer_list<int> list) {
-    QByteArray b;
-    for (int v : list) {
-        b.append(static_cast<char>(v));
-    }
-    return b;
-}
-
-// A self-test report of "area:point:state" records, the state byte in hex ("1:2:10 3:1:0").
+// A self-test report of "area:point:state" records ("1:2:10", state in hex) or of areas alone.
 QByteArray records(const QString &list) {
     QByteArray b(1, 1);
-    for (const QString &record : list.split(' ')) {
-        const QStringList r = record.split(':');
-        b += bytes({r[0].toInt(), r[1].toInt(), 0, 0, r[2].toInt(nullptr, 16), 0, 0});
+    for (const QString &record : list.split(' ', Qt::SkipEmptyParts)) {
+        const QStringList r = (record + QStringLiteral(":%1:0").arg(b.size() / 7 + 1)).split(':');
+        b += char(r[0].toInt()) + QByteArray(1, char(r[1].toInt())) + QByteArray(2, 0) +
+             char(r[2].toInt(nullptr, 16)) + QByteArray(2, 0);
     }
     return b;
 }
 
-// Models 317 and 259 with the areas "Top", "Left" and "Right" of four points; 420 has none.
-void writeDeviceList() {
-    QString list = "<plist version=\"1.0\"><array>";
-    for (int model : {317, 259}) {
-        list += QString(
-                    "<dict><key>ModelType</key><integer>%1</integer><key>Name</key><string>"
-                    "TX-%1</string><key>LEDSensorArray</key><array>")
-                    .arg(model);
-        for (int i : {1, 2, 3}) {
-            list += QString(
-                        "<dict><key>Area</key><string>%1</string><key>Point</key><integer>4"
-                        "</integer><key>Index</key><integer>%2</integer></dict>")
-                        .arg(QStringList{"", "Top", "Left", "Right"}[i])
-                        .arg(i);
-        }
-        list += "</array></dict>";
-    }
-    list += "<dict><key>ModelType</key><integer>420</integer></dict></array></plist>";
-    QVERIFY(writeFileAtomically(getSupportDeviceListFilePath(), list.toStdString()));
-}
-
-// A self-test report with one good record per area number in `areas` ("1 1 2").
-QByteArray areaReport(const QString &areas) {
-    QByteArray b(1, 1);
-    for (const QString &area : areas.split(' ')) {
-        b += bytes({area.toInt(), int(b.size() / 7) + 1, 0, 0, 0, 0, 0});
-    }
-    return b;
-}
+// One run of Top's LEDs all failed (and a later run good), Left's sensors failed in part, Right
+// untested; areas 0 and 200 and Left's point 9 are not on the panel.
+const QString kMixedRun =
+    "1:1:10 1:2:10 1:3:10 1:4:10 2:1:1 2:2:0 2:9:11 0:1:11 200:1:11 1:1:1 2:3:0";
 
 // Records each command as "1D 01"; answers 28 with type 317, at once or (`late`) when told.
 struct Daemon {
@@ -100,18 +64,19 @@ class HardwareInformationViewCtlTest : public QObject {
         return w ? w : (qFatal("no widget %s", qPrintable(name)), nullptr);
     }
     QString text(const QString &name) { return find(name)->text(); }
+    QTabWidget *tabs() { return find<QTabWidget>("hardwareInfoTabView_"); }
+    // A table's whole model, a row as "Top|OK".
     QStringList rows(const char *table) {
         QStringList out;
-        auto *model = find<QTableView>(table)->model();
-        for (int r = 0; r < model->rowCount(); ++r) {
-            out << model->index(r, 0).data().toString();
-            for (int c = 1; c < model->columnCount(); ++c) {
-                out.last() += '|' + model->index(r, c).data().toString();
+        const QAbstractItemModel *m = find<QTableView>(table)->model();
+        for (int r = 0; r < m->rowCount(); ++r) {
+            out << QString();
+            for (int c = 0; c < m->columnCount(); ++c) {
+                out.last() += (c ? "|" : "") + m->index(r, c).data().toString();
             }
         }
         return out;
     }
-    int sent(const char *line) const { return int(daemon_->received.count(line)); }
     void writeSettings(int model, std::initializer_list<std::pair<const char *, PlistValue>> kv) {
         SettingsDict d;
         for (const auto &[k, v] : kv) {
@@ -122,8 +87,7 @@ class HardwareInformationViewCtlTest : public QObject {
     void press(QWidget *w, const QString &action = QAccessibleActionInterface::pressAction()) {
         QAccessible::queryAccessibleInterface(w)->actionInterface()->doAction(action);
     }
-    // What the page sent so far, once a later marker has arrived (sends keep their order; the
-    // marker goes once the bus has announced the daemon).
+    // What the page sent before a marker sent now, once the bus knows the daemon.
     QStringList settle() {
         const bool announced = QTest::qWaitFor(
             [] { return SendDataToRemotePort(makeCommandU16(COMMAND_SET_INPUT_MODE, 7)); });
@@ -132,154 +96,148 @@ class HardwareInformationViewCtlTest : public QObject {
         return before.mid(0, before.indexOf("0F 07 00"));
     }
     void sendReport(const QByteArray &report) { ctl_->hardwareTestPortCallBack(0, report); }
-    HardwareSelfTest *selfTest() { return ctl_->selfTest(); }
-    // Starts the self-test as the user does and waits for the daemon's answer to arrive.
-    void startTest() {
-        const int before = sent("1C");
-        press(find<QPushButton>("testSelfButton"));
-        QTRY_COMPARE(sent("1C"), before + 1);
-        QTRY_COMPARE(selfTest()->getHardwareType(), 317);
-    }
-    // The text with each "{id}" replaced by its translation.
-    static QString translated(QString text) {
-        static const QRegularExpression id(R"(\{([\w.]+)\})");
-        for (QRegularExpressionMatch m; (m = id.match(text)).hasMatch();) {
-            text.replace(m.capturedStart(), m.capturedLength(), qtTrId(qPrintable(m.captured(1))));
-        }
-        return text;
-    }
-    static QStringList verdictRows(QStringList rows) {  // "Top|OK" as it is shown
-        for (QString &row : rows) {
-            row = translated(row.replace('|', "|{selfTest.") + '}');
-        }
-        return rows;
-    }
 
   private Q_SLOTS:
     void init() {
+        ctl_.reset();  // before the widgets it knows
+        page_.reset();
+        daemon_.reset();
         env_.reset();
-        writeDeviceList();
+        const QString list = QString::fromStdString(getSupportDeviceListFilePath());
+        QVERIFY(QDir().mkpath(QFileInfo(list).path()) &&
+                QFile::copy(QFINDTESTDATA("devicelist.plist"), list));
         gModelType = 317;
         daemon_ = std::make_unique<Daemon>();
-        QVERIFY(daemon_->port);
         page_ = std::make_unique<QWidget>();
         ctl_ = std::make_unique<HardwareInformationViewCtl>(page_.get());
         ctl_->setAddressSource([] { return QStringList{QStringLiteral("192.0.2.7")}; });
         page_->resize(900, 560);
         page_->show();
     }
-    void cleanup() {
-        ctl_.reset();
-        page_.reset();
-        daemon_.reset();
-    }
 
-    // Each tab as it looks for the file and the reports, every value heard as itself. The report
-    // bytes are lopsided, so that a swapped nibble, byte or switch order shows; the 317 row also
-    // shows the rotation tab and a self-test of good and bad areas. "values": the input mode,
-    // buttons ("-" hidden), switches and checksum as their labels hold them (some hidden here).
+    // Each tab as the file and lopsided reports make it look; a mode out of the menu keeps the
+    // text shown before. The 317 row also shows the rotation tab, a mixed self-test, its report.
     void shownFromSettingsAndReports_data() {
         QTest::addColumn<int>("model");
         QTest::addColumn<int>("inputMode");
         QTest::addColumn<QByteArray>("reports");
-        QTest::addColumn<QString>("values");
-        QTest::newRow("317") << 317 << 2 << QByteArray::fromHex("00de 0634120001026100")
-                             << "{Hardware.InputMode.Pen}|{Hardware.FounctionButton1}|"
-                                "{Hardware.Disable}|00010010|1234";
-        QTest::newRow("259") << 259 << 3 << QByteArray::fromHex("007f 06abcd01230161")
-                             << "(old)|{Hardware.FounctionButton1}|-|00001000|cdab";
-        QTest::newRow("420") << 420 << -1 << QByteArray::fromHex("0000 0600000000000000")
-                             << "(old)||-|11111111|0000";
+        QTest::newRow("317") << 317 << 2 << QByteArray::fromHex("00de 0634120001026100");
+        QTest::newRow("259") << 259 << 3 << QByteArray::fromHex("007f 06abcd01230161");
+        QTest::newRow("420") << 420 << -1 << QByteArray::fromHex("0000 0600000000000000");
     }
     void shownFromSettingsAndReports() {
         QFETCH(int, model);
         QFETCH(int, inputMode);
         QFETCH(QByteArray, reports);
-        QFETCH(QString, values);
         gModelType = model;
-        if (inputMode >= 0) {
-            writeSettings(model, {{"RotateMode", 3},
+        const auto writeAll = [&](int rotation) {
+            writeSettings(model, {{"RotateMode", rotation},
                                   {"DriverVersion", "9.1.2"},
                                   {"FounctionButton1", true},
                                   {"FounctionButton2", false},
                                   {"InputMode", inputMode},
                                   {"PenSoftSupport", model == 317}});
+        };
+        if (inputMode >= 0) {
+            writeAll(3);
         }
-        find("inputMode_")->setText(QStringLiteral("(old)"));  // a mode out of the menu keeps it
-        ctl_->pointerMonitor()->setPointerSource([] { return QPointF(12.5, 34.5); });
+        find("inputMode_")->setText(QStringLiteral("(old)"));
         ctl_->updateUIState();
         sendReport(reports.left(2));
         sendReport(reports.mid(2));
-        QStringList shown;
-        for (const char *name : {"inputMode_", "funByButton1_", "funByButton2_"}) {
-            shown << (find(name)->isHidden() ? "-" : text(name));
-        }
-        shown << "" << text("checkSum2_");
-        for (int n = 1; n <= 8; ++n) {
-            shown[3] += text(QStringLiteral("DIPSW%1_").arg(n));
-        }
-        QCOMPARE(shown.join('|'), translated(values));
-        find("compName_")->setText(QStringLiteral("desk"));  // not this machine's name
         const auto looks = [this](int tab) {
-            find<QTabWidget>("hardwareInfoTabView_")->setCurrentIndex(tab);
+            tabs()->setCurrentIndex(tab);
             return test::snapshotMismatch(
                 page_.get(),
                 QStringLiteral("hardwareinfo-%1-tab%2").arg(QTest::currentDataTag()).arg(tab));
         };
         QCOMPARE(looks(0), QString());
-        // The rotation tab shows the file's row as it is when the tab is chosen.
-        writeSettings(model, {{"RotateMode", 1}});
-        sendReport(bytes({24, 1, 0, 2}));
         if (model == 317) {
+            // The rotation tab shows the file's row as it is when the tab is chosen.
+            writeAll(1);
+            sendReport(QByteArray::fromHex("18010001"));
+            // A released button is a blank heard as a word.
+            QCOMPARE(QAccessible::queryAccessibleInterface(find("stateByButton1_"))
+                         ->text(QAccessible::Name),
+                     QStringLiteral("released"));
             QCOMPARE(looks(1), QString());
-            startTest();
-            // Top good, Left with a failed LED and a failed sensor, Right all failed.
-            sendReport(
-                records("1:1:0 1:2:0 1:3:0 1:4:0 2:1:0 2:2:10 2:3:1 2:4:0 3:1:11 3:2:11 "
-                        "3:3:11 3:4:11"));
+            press(find<QPushButton>("testSelfButton"));
+            QTRY_COMPARE(ctl_->selfTest()->getHardwareType(), 317);
+            sendReport(records(kMixedRun));
             QCOMPARE(looks(2), QString());
+            QCOMPARE(ctl_->selfTest()->picture()->describe(),
+                     "Top: LEDs All failed, sensors All failed (failed points 1, 2, 3, 4, 1); "
+                     "Left: LEDs OK, sensors Check (failed points 1); Right: not tested");
+            // Saved under the name asked for less its extension; a missing folder is refused.
+            const QString base = env_.home() + "/report";
+            QCoreApplication::setAttribute(Qt::AA_DontUseNativeDialogs);  // one to answer here
+            QTimer::singleShot(0, this, [&] {
+                QTRY_VERIFY(qobject_cast<QFileDialog *>(QApplication::activeModalWidget()));
+                auto *dialog = qobject_cast<QFileDialog *>(QApplication::activeModalWidget());
+                dialog->selectFile(base + ".json");
+                static_cast<QDialog *>(dialog)->accept();
+            });
+            QTest::mouseClick(find<QPushButton>("saveReportButton"), Qt::LeftButton);
+            QFile json(base + ".json"), html(base + ".html"),
+                expected(QFINDTESTDATA("saved-report.json"));
+            QVERIFY(json.open(QIODevice::ReadOnly) && html.open(QIODevice::ReadOnly) &&
+                    expected.open(QIODevice::ReadOnly));
+            QJsonObject o = QJsonDocument::fromJson(json.readAll()).object();
+            QVERIFY(o.take("time").toString().endsWith('Z'));
+            QCOMPARE(QJsonDocument(o).toJson(), expected.readAll());
+            QVERIFY(html.readAll().contains("data:image/png;base64,iVBOR"));
+            QVERIFY(!ctl_->saveReport(env_.home() + "/missing/dir/report"));
+            // Later reports fill the tables in place, within a bound; a new showing empties them.
+            auto *errors = find<QTableView>("errTable_");
+            errors->selectRow(3);
+            sendReport(records("3:2:11"));
+            QCOMPARE(rows("errTable_").mid(5),
+                     QStringList({"Top|1|OK|Top|1|E01", "Right|2|E01|Right|2|E01"}));
+            QCOMPARE(errors->selectionModel()->selectedRows().value(0).row(), 3);
+            sendReport(QByteArray(1, 1) + records("3:1:0").mid(1).repeated(70000));
+            QCOMPARE(ctl_->selfTest()->LEDSensorArray()->size(), HardwareSelfTest::kMaxRecords);
+            ctl_->updateUIState();
+            QCOMPARE(rows("LEDTable_") + rows("sensorTable_") + rows("errTable_") +
+                         QStringList(ctl_->selfTest()->picture()->describe()),
+                     QStringList("No self-test result yet."));
         }
-        // Every value on every tab is heard as itself (a released button as a word), with no
-        // fixed name, so that a change is heard; each is labelled by its caption and a Tab stop.
-        QCOMPARE(
-            QAccessible::queryAccessibleInterface(find("stateByButton1_"))->text(QAccessible::Name),
-            qtTrId("Hardware.buttonReleased"));
-        for (int tab : {2, 1, 0}) {
-            find<QTabWidget>("hardwareInfoTabView_")->setCurrentIndex(tab);
-            QCOMPARE(test::unheardLabels(page_.get()), QStringList{});
-        }
-        for (const char *value :
-             {"modelName_", "driverVersion_", "version_", "checkSum2_", "DIPSW3_", "inputMode_",
-              "stateByButtonL_", "funByButton1_", "rotateAngle_", "mouseCoordinate_"}) {
-            QVERIFY2(!QAccessible::queryAccessibleInterface(find(value))
-                             ->relations(QAccessible::Label)
-                             .isEmpty() &&
-                         find(value)->accessibleName().isEmpty() &&
-                         (find(value)->focusPolicy() & Qt::TabFocus),
-                     value);
-        }
+        // A value beside a caption of its own is labelled by it and reached by Tab.
+        QVERIFY(!QAccessible::queryAccessibleInterface(find("DIPSW3_"))
+                     ->relations(QAccessible::Label)
+                     .isEmpty() &&
+                (find("DIPSW3_")->focusPolicy() & Qt::TabFocus));
     }
 
-    // The queries and the mouse-action and button-report switches, by inner tab and model.
+    // Mouse action ("1D") and button report ("1E") per tab and model, on choosing and showing;
+    // leaving and the reset to tab 0 give both back. The position shown follows the pointer.
     void commandsByTab_data() {
         QTest::addColumn<int>("model");
         QTest::addColumn<int>("tab");
         QTest::addColumn<QStringList>("sent");
-        QTest::newRow("tab 0") << 317 << 0 << QStringList{"1A", "1B", "1D 00", "1E 00"};
-        QTest::newRow("tab 1") << 259 << 1 << QStringList{"1A", "1B", "1D 00", "1E 01"};
-        QTest::newRow("tab 2") << 259 << 2 << QStringList{"1A", "1B", "1D 01", "1E 00"};
-        QTest::newRow("tab 2, 317") << 317 << 2 << QStringList{"1A", "1B", "1D 00", "1E 00"};
+        QTest::newRow("tab 1") << 259 << 1 << QStringList{"1D 00", "1E 01"};
+        QTest::newRow("tab 2") << 259 << 2 << QStringList{"1D 01", "1E 00"};
+        QTest::newRow("tab 2, 317") << 317 << 2 << QStringList{"1D 00", "1E 00"};
     }
     void commandsByTab() {
         QFETCH(int, model);
         QFETCH(int, tab);
+        QFETCH(QStringList, sent);
         gModelType = model;
-        find<QTabWidget>("hardwareInfoTabView_")->setCurrentIndex(tab);
+        tabs()->setCurrentIndex((tab + 1) % 3);
         settle();
+        tabs()->setCurrentIndex(tab);
+        QCOMPARE(settle(), sent);
+        QPointF at(3.5, 4.5);
+        ctl_->pointerMonitor()->setPointerSource([&at] { return at; });
         ctl_->updateUIState();
-        QTEST(settle(), "sent");
+        QCOMPARE(settle(), QStringList({"1A", "1B"}) + sent);
+        QCOMPARE(text("mouseCoordinate_"), QStringLiteral("x=3, y=4"));
+        at = {640.2, 480.7};
+        QTRY_COMPARE(text("mouseCoordinate_"), QStringLiteral("x=640, y=480"));
         ctl_->unselectedView();
-        QCOMPARE(settle(), (QStringList{"1D 00", "1E 00"}));
+        ctl_->resetTabView();
+        QCOMPARE(settle(), (QStringList{"1D 00", "1E 00", "1D 00", "1E 00"}));
+        QVERIFY(!ctl_->pointerMonitor()->running());
     }
 
     // One start's runs, step by step: "start", "stop", "leave", "late" (the daemon holds its
@@ -293,23 +251,17 @@ class HardwareInformationViewCtlTest : public QObject {
             << QStringList{"start", "1 1 2", "1 2 3"} << 2 << whole;
         QTest::newRow("a run in two reports: each judged as it comes")
             << QStringList{"start", "1 2", "3"} << 3 << QStringList{};
+        QTest::newRow("ten runs at most, then judged as they come")
+            << QStringList{"start"} + QStringList(10, "") + QStringList{"1 2 3"} << 10 << whole;
         QTest::newRow("results before the hardware type")
             << QStringList{"late", "start", "1 2 3", "answer"} << 1 << whole;
-        QTest::newRow("stop, then a report on its way")
-            << QStringList{"start", "stop", "1 2"} << 1 << half;
         QTest::newRow("stop before the hardware type")
             << QStringList{"late", "start", "1 2", "stop", "answer"} << 1 << half;
-        QTest::newRow("left: no further run")
-            << QStringList{"start", "leave", "1 2"} << 1 << QStringList{};
-        QTest::newRow("left before the hardware type")
-            << QStringList{"late", "start", "1 2", "leave", "answer"} << 1 << QStringList{};
         QTest::newRow("left: the picture stays")
             << QStringList{"start", "1 2 3", "leave", "1"} << 1 << QStringList{};
     }
     void selfTestRuns() {
         QFETCH(QStringList, steps);
-        QFETCH(int, runs);
-        QFETCH(QStringList, led);
         ctl_->updateUIState();
         settle();
         QString pictureWhenLeft;
@@ -318,115 +270,42 @@ class HardwareInformationViewCtlTest : public QObject {
                 daemon_->late = true;
             } else if (step == "start") {
                 press(find<QPushButton>("testSelfButton"));
-                QTRY_COMPARE(sent("1C"), 1);
-                QTRY_COMPARE(selfTest()->getHardwareType(), daemon_->late ? 0 : 317);
+                QTRY_VERIFY(daemon_->received.contains("1C") &&
+                            ctl_->selfTest()->getHardwareType() == (daemon_->late ? 0 : 317));
             } else if (step == "answer") {
                 for (const PortResponder &respond : std::exchange(daemon_->held, {})) {
                     respond(QByteArray::fromHex("3d010000"));
                 }
-                QTRY_COMPARE(selfTest()->getHardwareType(), 317);
+                QTRY_COMPARE(ctl_->selfTest()->getHardwareType(), 317);
             } else if (step == "stop") {
                 press(find<QPushButton>("restartTestButton"));
                 QTRY_VERIFY(daemon_->received.contains("20"));
             } else if (step == "leave") {
                 ctl_->unselectedView();
-                pictureWhenLeft = selfTest()->picture()->describe();
+                pictureWhenLeft = ctl_->selfTest()->picture()->describe();
             } else {
-                // Runs start in turn: each report after the answer to the last start.
-                QTRY_VERIFY(daemon_->late || !selfTest()->awaitingHardwareType());
-                sendReport(areaReport(step));
+                QTRY_VERIFY(daemon_->late || !ctl_->selfTest()->awaitingHardwareType());
+                sendReport(records(step));
             }
         }
-        QTRY_VERIFY(daemon_->late || !selfTest()->awaitingHardwareType());
-        // The run count keeps pace with the starts sent, and nothing more goes out later.
-        QCOMPARE(selfTest()->testTimesCount(), runs);
-        QCOMPARE(settle().count("1C"), runs);
-        QCOMPARE(rows("LEDTable_"), verdictRows(led));
-        QCOMPARE(steps.contains("leave") ? selfTest()->picture()->describe() : QString(),
+        QTRY_VERIFY(daemon_->late || !ctl_->selfTest()->awaitingHardwareType());
+        QTEST(int(settle().count("1C")), "runs");  // and nothing more goes out later
+        QTEST(rows("LEDTable_"), "led");
+        QCOMPARE(steps.contains("leave") ? ctl_->selfTest()->picture()->describe() : QString(),
                  pictureWhenLeft);
     }
 
-    // Verdicts over one report; a later report updates the tables in place, and the records
-    // kept have a bound.
-    void selfTestJudgesInPlace() {
-        ctl_->updateUIState();
-        startTest();
-        // Areas 1, 2, 0, 200, 1, 2: areas 0 and 200 and area 2's point 9 are skipped; the picture
-        // shows each area's worst run.
-        sendReport(
-            records("1:1:10 1:2:10 1:3:10 1:4:10 2:1:1 2:2:0 2:9:11 0:1:11 200:1:11 1:1:1 2:3:0"));
-        QCOMPARE(rows("LEDTable_"), verdictRows({"Top|ALL", "Left|OK", "Top|OK", "Left|OK"}));
-        QCOMPARE(rows("sensorTable_"), verdictRows({"Top|OK", "Left|Check", "Top|ALL", "Left|OK"}));
-        QCOMPARE(rows("errTable_"),
-                 translated("Top|1|{selfTest.E01}|Top|1|{selfTest.OK},Top|2|{selfTest.E01}|Top|2|"
-                            "{selfTest.OK},Top|3|{selfTest.E01}|Top|3|{selfTest.OK},Top|4|"
-                            "{selfTest.E01}|Top|4|{selfTest.OK},Left|1|{selfTest.OK}|Left|1|"
-                            "{selfTest.E01},Top|1|{selfTest.OK}|Top|1|{selfTest.E01}")
-                     .split(','));
-        const QString area = qtTrId("selfTest.picture.area"), all = qtTrId("selfTest.ALL"),
-                      failed = qtTrId("selfTest.picture.failed");
-        QCOMPARE(selfTest()->picture()->describe(),
-                 area.arg("Top", all, all) + ' ' + failed.arg("1, 2, 3, 4, 1") + "; " +
-                     area.arg("Left", qtTrId("selfTest.OK"), qtTrId("selfTest.Check")) + ' ' +
-                     failed.arg("1") + "; " + qtTrId("selfTest.picture.untested").arg("Right"));
-        QCOMPARE(test::snapshotMismatch(find<FramePicture>("framePicture"),
-                                        QStringLiteral("hardwareinfo-selftest-picture")),
-                 QString());
-        auto *errors = find<QTableView>("errTable_");
-        errors->selectRow(3);
-        QSignalSpy resets(errors->model(), &QAbstractItemModel::modelReset);
-        QSignalSpy added(errors->model(), &QAbstractItemModel::rowsInserted);
-        sendReport(records("3:2:11"));
-        QCOMPARE(rows("errTable_").size(), 7);
-        QCOMPARE(resets.count(), 0);
-        QCOMPARE(added.count(), 1);
-        QCOMPARE(errors->selectionModel()->selectedRows().value(0).row(), 3);
-        // A daemon that keeps reporting cannot grow the records without bound.
-        for (int i = 0; i < 3; ++i) {
-            sendReport(QByteArray(1, 1) + records("3:1:0").mid(1).repeated(30000));
-        }
-        QCOMPARE(selfTest()->LEDSensorArray()->size(), HardwareSelfTest::kMaxRecords);
-    }
-
-    // Ten empty runs are shown as they are; later reports are judged.
-    void tenRunsThenShownAsTheyAre() {
-        ctl_->updateUIState();
-        startTest();
-        for (int run = 1; run <= HardwareSelfTest::kMaxTestTimes; ++run) {
-            sendReport(QByteArray(1, 1));
-            QTRY_COMPARE(sent("1C"), std::min(run + 1, 10));
-        }
-        QTRY_COMPARE(rows("LEDTable_"), verdictRows({"Top|OK"}));
-        sendReport(records("1:1:1"));
-        QCOMPARE(rows("sensorTable_"), verdictRows({"Top|ALL"}));
-        ctl_->unselectedView();
-        QCOMPARE(selfTest()->LEDSensorArray(), nullptr);
-        // Stop sends 32; a new start counts from one again.
-        press(find<QPushButton>("restartTestButton"));
-        QTRY_VERIFY(daemon_->received.contains("20"));
-        ctl_->updateUIState();
-        startTest();
-        QCOMPARE(selfTest()->testTimesCount(), 1);
-        QCOMPARE(selfTest()->endArea(), 3);
-        QCOMPARE(selfTest()->endPoint(), 4);
-        QCOMPARE(sent("1C"), HardwareSelfTest::kMaxTestTimes + 1);
-    }
-
-    // Choices "how row answer": a row toggled by a screen reader, clicked or keyed; the alert
-    // answered YES, NO, by Escape, or not shown ("-").
+    // Choices "how row answer": toggled by a screen reader, clicked or keyed; "-": no alert.
     void rotation_data() {
         QTest::addColumn<int>("saved");
         QTest::addColumn<QStringList>("choices");
         QTest::addColumn<QStringList>("sent");
         QTest::addColumn<int>("checkedAfter");
-        QTest::newRow("yes") << 1 << QStringList{"toggle 2 YES"} << QStringList{"15 02 00"} << 2;
-        QTest::newRow("no") << 1 << QStringList{"toggle 2 NO"} << QStringList{} << 1;
         QTest::newRow("saved row") << 1 << QStringList{"click 1 -"} << QStringList{} << 1;
-        QTest::newRow("again after a yes never recorded")
-            << 1 << QStringList{"toggle 2 YES", "click 2 YES"}
+        QTest::newRow("again after a yes never recorded, past an unanswered alert")
+            << 1 << QStringList{"toggle 2 YES", "click 3 Escape", "click 2 YES"}
             << QStringList{"15 02 00", "15 02 00"} << 2;
         QTest::newRow("keyboard") << 1 << QStringList{"key 3 YES"} << QStringList{"15 03 00"} << 3;
-        QTest::newRow("escape") << 1 << QStringList{"click 2 Escape"} << QStringList{} << 2;
         QTest::newRow("no, saved mode without a row")
             << 7 << QStringList{"click 2 NO"} << QStringList{} << -1;
     }
@@ -437,6 +316,9 @@ class HardwareInformationViewCtlTest : public QObject {
         writeSettings(317, {{"RotateMode", saved}});
         ctl_->updateUIState();
         settle();
+        QCOMPARE(QStringList({text("rotateAngle_"), text("inputMode_"),
+                              find<QComboBox>("IPAddr_")->currentText()}),
+                 QStringList({QString::number(saved * 90), "Standard", "192.0.2.7"}));
         int alerts = 0, expectedAlerts = 0;
         QString answer;
         QTimer answering;
@@ -466,104 +348,29 @@ class HardwareInformationViewCtlTest : public QObject {
             QTRY_COMPARE(alerts, expectedAlerts);
         }
         QTEST(settle(), "sent");
-        const auto checked = [this] {  // a refused row is unchecked a moment later
-            int row = 3;
-            while (row >= 0 &&
-                   !find<QRadioButton>(QStringLiteral("rotateMode_%1").arg(row))->isChecked()) {
-                --row;
-            }
-            return row;
-        };
-        QTRY_COMPARE(checked(), checkedAfter);
-        QCOMPARE(alerts, expectedAlerts);
-        QCOMPARE(text("rotateAngle_"), QString::number(saved * 90));
+        QTRY_COMPARE(ctl_->findChild<QButtonGroup *>()->checkedId(), checkedAfter);
     }
 
-    void pointer() {
-        QCOMPARE(PointerMonitor::pointerText({100.9, -0.5}), QStringLiteral("x=100, y=0"));
-        // 1920 x 1080 at ratio 1, right of it 2560 x 1440 screen pixels at ratio 2.
+    // The pointer in screen pixels (1920 x 1080 at ratio 1, right of it 2560 x 1440 at ratio 2);
+    // interfaces without an IPv4 address are skipped; the menu drops loopback unless alone.
+    void whatTheMachineReports() {
         const QList<ScreenPlace> screens{{QRect(0, 0, 1920, 1080), 1.0},
                                          {QRect(1920, 0, 1280, 720), 2.0}};
-        const std::pair<QPoint, QPointF> places[] = {
-            {{100, 50}, {100, 50}}, {{2000, 100}, {2080, 200}}, {{3199, 719}, {4478, 1438}}};
-        for (const auto &[logical, pixels] : places) {
-            QCOMPARE(PointerMonitor::screenPixelPosition(logical, screens), pixels);
-        }
-        QPointF at(3.5, 4.5);
-        ctl_->pointerMonitor()->setPointerSource([&at] { return at; });
-        ctl_->updateUIState();
-        ctl_->updateUIState();  // still one updater
-        QCOMPARE(text("mouseCoordinate_"), QStringLiteral("x=3, y=4"));
-        at = {640.2, 480.7};
-        QTRY_COMPARE(text("mouseCoordinate_"), QStringLiteral("x=640, y=480"));
-        ctl_->unselectedView();
-        at = {1, 1};
-        QTest::qWait(PointerMonitor::kPointerIntervalMs * 3);
-        QCOMPARE(text("mouseCoordinate_"), QStringLiteral("x=640, y=480"));
-    }
-
-    // The save button writes the whole report under the name asked for, without its extension.
-    void savedReport() {
-        writeSettings(317, {{"RotateMode", 2},
-                            {"InputMode", 1},
-                            {"DriverVersion", "1.0"},
-                            {"FounctionButton1", true}});
-        ctl_->updateUIState();
-        find("compName_")->setText(QStringLiteral("desk"));
-        sendReport(bytes({0, 0xF7}));
-        sendReport(bytes({6, 0x34, 0x12, 1, 0x01, 0x02, 'a'}));
-        startTest();
-        sendReport(records("1:1:0 2:3:10 3:1:0"));
-        const QString base = env_.home() + "/report";
-        find<QTabWidget>("hardwareInfoTabView_")->setCurrentIndex(2);
-        QCoreApplication::setAttribute(Qt::AA_DontUseNativeDialogs);  // one to answer here
-        QTimer::singleShot(0, this, [&] {
-            QTRY_VERIFY(qobject_cast<QFileDialog *>(QApplication::activeModalWidget()));
-            auto *dialog = qobject_cast<QFileDialog *>(QApplication::activeModalWidget());
-            dialog->selectFile(base + ".json");
-            static_cast<QDialog *>(dialog)->accept();
-        });
-        QTest::mouseClick(find<QPushButton>("saveReportButton"), Qt::LeftButton);
-        QFile json(base + ".json"), html(base + ".html");
-        QVERIFY(json.open(QIODevice::ReadOnly) && html.open(QIODevice::ReadOnly));
-        QJsonObject o = QJsonDocument::fromJson(json.readAll()).object();
-        QVERIFY(o.take("time").toString().endsWith('Z'));
-        QCOMPARE(
-            QJsonDocument(o).toJson(QJsonDocument::Compact),
-            R"({"addresses":["192.0.2.7"],"checksum":"1234","checksumGood":false,"computerName":)"
-            R"("desk","dipSwitches":[1,0,0,0,0,0,0,0],"driverVersion":"1.0","firmwareVersion":)"
-            R"(" 1.02a","format":1,"functionButton1":true,"functionButton2":false,"inputMode":1,)"
-            R"("inputModeName":"HandWrite","modelName":"TX-317","modelType":317,"rotateMode":2,)"
-            R"("rotationDegrees":180,"selfTest":{"areas":[{"area":1,"label":"Top","led":"OK",)"
-            R"("ledFaults":0,"sensor":"OK","sensorFaults":0,"tested":1},{"area":2,"label":)"
-            R"("Left","led":"ALL","ledFaults":1,"sensor":"OK","sensorFaults":0,"tested":1},)"
-            R"({"area":3,"label":"Right","led":"OK","ledFaults":0,"sensor":"OK","sensorFaults":)"
-            R"(0,"tested":1}],"failedPoints":[{"area":2,"label":"Left","led":true,"point":3,)"
-            R"("sensor":false}]}})");
-        QVERIFY(html.readAll().contains("data:image/png;base64,iVBOR"));
-        QVERIFY(!ctl_->saveReport(env_.home() + "/missing/dir/report"));
-    }
-
-    // Interfaces without an IPv4 address are skipped; the menu drops loopback unless alone.
-    void addressesFromTheInterfaceList() {
-        sockaddr_in v4[2] = {{AF_INET, 0, {htonl(0x7F000001)}, {}},
-                             {AF_INET, 0, {htonl(0xC6336404)}, {}}};
-        sockaddr_in6 v6 = {};
-        v6.sin6_family = AF_INET6;
-        // The second entry has no address, as a tunnel may not.
-        ifaddrs e[4] = {{&e[1], nullptr, 0, reinterpret_cast<sockaddr *>(&v4[0]), {}, {}, {}},
-                        {&e[2], nullptr, 0, nullptr, {}, {}, {}},
-                        {&e[3], nullptr, 0, reinterpret_cast<sockaddr *>(&v6), {}, {}, {}},
-                        {nullptr, nullptr, 0, reinterpret_cast<sockaddr *>(&v4[1]), {}, {}, {}}};
-        QCOMPARE(ipv4AddressesOf(e), (QStringList{"127.0.0.1", "198.51.100.4"}));
-        QCOMPARE(ipv4AddressesOf(nullptr), QStringList{});
-        const QString lo = "127.0.0.1", a = "10.0.0.2", b = "192.168.1.5";
-        QCOMPARE(addressMenuItems({}), QStringList{});
-        QCOMPARE(addressMenuItems({lo}), QStringList{lo});
-        QCOMPARE(addressMenuItems({lo, a, b}), (QStringList{a, b}));
+        QCOMPARE(PointerMonitor::screenPixelPosition({2000, 100}, screens), QPointF(2080, 200));
+        QCOMPARE(PointerMonitor::screenPixelPosition({3199, 719}, screens), QPointF(4478, 1438));
+        sockaddr_in v4 = {AF_INET, 0, {htonl(0xC6336404)}, {}};
+        sockaddr v6 = {AF_INET6, {}};
+        ifaddrs e[3] = {{&e[1], nullptr, 0, nullptr, {}, {}, {}},
+                        {&e[2], nullptr, 0, &v6, {}, {}, {}},
+                        {nullptr, nullptr, 0, reinterpret_cast<sockaddr *>(&v4), {}, {}, {}}};
+        QCOMPARE(ipv4AddressesOf(e) + ipv4AddressesOf(nullptr), QStringList{"198.51.100.4"});
+        QVERIFY(systemIPv4Addresses().contains("127.0.0.1"));
+        const QString lo = "127.0.0.1", a = "10.0.0.2";
+        QCOMPARE(QList<QStringList>(
+                     {addressMenuItems({}), addressMenuItems({lo}), addressMenuItems({a, lo})}),
+                 QList<QStringList>({{}, {lo}, {a}}));
         QCOMPARE(prettyHostnameFromMachineInfo("CHASSIS=desk\nPRETTY_HOSTNAME=\"Lab \\\"A\\\"\"\n"),
                  QStringLiteral("Lab \"A\""));
-        QCOMPARE(prettyHostnameFromMachineInfo("HOSTNAME=x\n"), QString());
     }
 
 #ifdef TAVIX_PANEL_SIM
@@ -575,7 +382,6 @@ class HardwareInformationViewCtlTest : public QObject {
         sim.start(TAVIX_PANEL_SIM,
                   {"--quiet", "--model", "420", "--faulty-led", "2:40", "--faulty-led", "2:41",
                    "--faulty-led", "7:12", "--faulty-sensor", "9:*", "--incomplete-runs", "1"});
-        QVERIFY(sim.waitForStarted(5000));
         QTRY_VERIFY(sim.canReadLine());
         QVERIFY(sim.readLine().startsWith("ready:"));
         const auto simLine = [&sim](const char *line) {
@@ -584,21 +390,18 @@ class HardwareInformationViewCtlTest : public QObject {
         };
         gModelType = 420;
         ctl_->updateUIState();
-        QTRY_COMPARE(text("DIPSW1_"), QStringLiteral("1"));
-        QTRY_COMPARE(text("checkSum2_"), QStringLiteral("3c5a"));
-
-        QSignalSpy shown(selfTest(), &HardwareSelfTest::testShown);
+        QTRY_COMPARE(text("DIPSW1_") + text("checkSum2_"), QStringLiteral("13c5a"));
+        QSignalSpy shown(ctl_->selfTest(), &HardwareSelfTest::testShown);
         press(find<QPushButton>("testSelfButton"));
         QVERIFY(shown.wait(10000));
         // The first run left "Right 2" out; the second was complete, with 108 dead sensors.
-        QCOMPARE(selfTest()->testTimesCount(), 2);
         QCOMPARE(find<QTableView>("errTable_")->model()->rowCount(), 3 + 108);
-        auto *picture = find<FramePicture>("framePicture");
-        QAccessibleInterface *said = QAccessible::queryAccessibleInterface(picture);
+        QAccessibleInterface *said =
+            QAccessible::queryAccessibleInterface(find<QWidget>("framePicture"));
         QCOMPARE(said->role(), QAccessible::Graphic);
-        QVERIFY2(said->text(QAccessible::Description).contains(QStringLiteral("40, 41")),
-                 qPrintable(said->text(QAccessible::Description)));
-
+        QVERIFY(said->text(QAccessible::Description).contains("5, 6, 7, 8 and 100 more"));
+        QCOMPARE(test::snapshotMismatch(find<QWidget>("framePicture"), "hardwareinfo-sim-picture"),
+                 QString());
         // Short, unknown and flooding reports change nothing and break nothing.
         for (const char *line : {"short on", "unknown on", "dip 0x7F"}) {
             QVERIFY(simLine(line).startsWith("ok:"));
@@ -607,13 +410,10 @@ class HardwareInformationViewCtlTest : public QObject {
         ctl_->updateUIState();
         QVERIFY(simLine("flood 400").startsWith("ok:"));
         QTRY_COMPARE(handled.count(), 2 * 2 + 400);  // each answer after an unknown report
-        QCOMPARE(text("DIPSW1_"), QStringLiteral("1"));
-        QCOMPARE(text("checkSum2_"), QStringLiteral("3c5a"));
+        QCOMPARE(text("DIPSW1_") + text("checkSum2_"), QStringLiteral("13c5a"));
         QVERIFY(simLine("short off").startsWith("ok:"));
         ctl_->updateUIState();
-        QTRY_COMPARE(text("DIPSW5_"), QStringLiteral("1"));
-        QCOMPARE(text("DIPSW1_"), QStringLiteral("0"));
-        ctl_->unselectedView();
+        QTRY_COMPARE(text("DIPSW1_") + text("DIPSW5_"), QStringLiteral("01"));
         sim.terminate();
         QVERIFY(sim.waitForFinished(5000));
     }
