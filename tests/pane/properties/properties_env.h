@@ -1,9 +1,12 @@
-// A daemon that records the commands the pages send, and a marker to know they have all arrived.
+// A daemon recording the pages' commands, a marker that all have arrived, and a page's Tab stops.
 #pragma once
 
+#include <QApplication>
 #include <QByteArray>
 #include <QDBusConnection>
 #include <QStringList>
+#include <QTest>
+#include <QWidget>
 
 #include <memory>
 
@@ -42,6 +45,27 @@ class RecordingDaemon {
 inline const QString kMarker = QStringLiteral("20");
 inline void sendMarker() {
     SendDataToRemotePort(makeCommand(COMMAND_STOP_CHECK));
+}
+
+// The names of the widgets Tab stops at in `window`, in order, from its first stop round again.
+inline QStringList tabStops(QWidget *window) {
+    QWidgetList seen;
+    window->activateWindow();
+    window->setFocus();
+    QTest::keyClick(window, Qt::Key_Tab);
+    for (QWidget *at = QApplication::focusWidget(); at && !seen.contains(at);
+         at = QApplication::focusWidget()) {
+        seen << at;
+        QTest::keyClick(at, Qt::Key_Tab);
+    }
+    if (QWidget *at = QApplication::focusWidget()) {
+        at->clearFocus();  // as it was, for the pictures
+    }
+    QStringList names;
+    for (QWidget *widget : seen) {
+        names << widget->objectName();
+    }
+    return names;
 }
 
 }  // namespace tavix::test

@@ -5,10 +5,12 @@
 #include <optional>
 
 #include "../snapshot.h"
+#include "commands.h"
 #include "globals.h"
 #include "manualclock.h"
 #include "paths.h"
 #include "properties_env.h"
+#include "rangetext.h"
 #include "settings_store.h"
 #include "settingviewctl.h"
 #include "systeminfo.h"
@@ -22,10 +24,12 @@ constexpr std::int32_t kModel = 4711;
 const QString kPlainLinux = QStringLiteral("Debian GNU/Linux 12 (bookworm)");
 
 struct FakeSystemInfo final : SystemInfo {
-    explicit FakeSystemInfo(QString text) : version(std::move(text)) {}
+    FakeSystemInfo(QString text, int minorVersion)
+        : version(std::move(text)), minor(minorVersion) {}
     QString operatingSystemVersionString() const override { return version; }
-    int systemMinorVersion() const override { return -1; }
+    int systemMinorVersion() const override { return minor; }
     QString version;
+    int minor;
 };
 
 SettingsDict dict(std::initializer_list<std::pair<const char *, PlistValue>> entries) {
@@ -36,13 +40,27 @@ SettingsDict dict(std::initializer_list<std::pair<const char *, PlistValue>> ent
     return d;
 }
 
-void writeSettings(const SettingsDict &settings) {
-    QVERIFY(writePlistFileAtomically(settings, getSettingsFilePath(kModel)));
+// One step of a user's attempt on a test area: at time t, a press, release or double-click press
+// at the circle's centre or in the area's corner.
+enum class Kind { Press, SecondPress, Release };
+struct Step {
+    double t;
+    Kind kind;
+    bool outside = false;
+};
+
+QList<Step> doubleClick(double secondPress, double secondRelease, bool outside = false,
+                        double start = 0.0) {
+    return {{start, Kind::Press, outside},
+            {start + 0.05, Kind::Release, outside},
+            {secondPress, Kind::SecondPress, outside},
+            {secondRelease, Kind::Release, outside}};
 }
 
 }  // namespace
 
 Q_DECLARE_METATYPE(std::optional<SettingsDict>)
+Q_DECLARE_METATYPE(QList<Step>)
 
 class SettingViewCtlTest : public QObject {
     Q_OBJECT
@@ -58,36 +76,17 @@ class SettingViewCtlTest : public QObject {
     template <typename T = QWidget>
     T *w(const QString &name) const {
         T *widget = page_->findChild<T *>(name);
-        if (!widget) {
-            qFatal("no widget %s", qPrintable(name));
-        }
-        return widget;
+        return widget ? widget : (qFatal("no widget %s", qPrintable(name)), nullptr);
     }
     QTabWidget *tabs() const { return w<QTabWidget>("settingTabView_"); }
-    void showTabOf(QWidget *widget) {
+    void focus(QWidget *widget) {
         for (int i = 0; i < tabs()->count(); ++i) {
             if (tabs()->widget(i)->isAncestorOf(widget)) {
                 tabs()->setCurrentIndex(i);
-                return;
             }
         }
-        QFAIL("widget is on no tab");
-    }
-    void focus(QWidget *widget) {
-        showTabOf(widget);
         widget->setFocus();
         QTRY_VERIFY(widget->hasFocus());
-    }
-    void makePage() {
-        QFile::remove(QString::fromStdString(getSettingsFilePath(kModel)));
-        page_ = std::make_unique<QWidget>();
-        page_->resize(640, 480);
-        ctl_ = new SettingViewCtl(page_.get(), std::make_shared<FakeSystemInfo>(kPlainLinux),
-                                  page_.get());
-        page_->show();
-        QVERIFY(QTest::qWaitForWindowExposed(page_.get()));
-        ctl_->updateUIState();
-        daemon_.received.clear();
     }
     // Waits for the marker and checks that exactly these commands came before it.
     void expectSent(const QStringList &expected) {
@@ -107,20 +106,6 @@ class SettingViewCtlTest : public QObject {
         QCOMPARE(w<TestView>("rateView_")->timeInterval(), rate);
         QCOMPARE(w<TestView>("testView_")->timeInterval(), rate);
     }
-    // A double click on a test area whose second release comes at `end`.
-    void doubleClickOn(TestView *view, double start, double end) {
-        view->setClock(&clock_);
-        showTabOf(view);
-        view->repaint();
-        const QPoint c = view->rect().center();
-        clock_.setNow(start);
-        QTest::mousePress(view, Qt::LeftButton, {}, c);
-        clock_.setNow(start + 0.1);
-        QTest::mouseRelease(view, Qt::LeftButton, {}, c);
-        QTest::mouseDClick(view, Qt::LeftButton, {}, c);
-        clock_.setNow(end);
-        QTest::mouseRelease(view, Qt::LeftButton, {}, c);
-    }
 
   private slots:
     void initTestCase() {
@@ -131,7 +116,17 @@ class SettingViewCtlTest : public QObject {
         QVERIFY(daemon_.start());
         gModelType = kModel;
     }
-    void init() { makePage(); }
+    void init() {
+        QFile::remove(QString::fromStdString(getSettingsFilePath(kModel)));
+        clock_ = test::ManualClock();
+        page_ = std::make_unique<QWidget>();
+        page_->resize(640, 480);
+        ctl_ = new SettingViewCtl(page_.get(), std::make_shared<FakeSystemInfo>(kPlainLinux, -1),
+                                  page_.get());
+        page_->show();
+        QVERIFY(QTest::qWaitForWindowExposed(page_.get()));
+        ctl_->updateUIState();
+    }
     void cleanup() {
         page_.reset();
         daemon_.received.clear();
@@ -169,6 +164,39 @@ class SettingViewCtlTest : public QObject {
         checkShown(range, 0.5);
     }
 
+    // The range field's text beyond what can be typed: the number the page takes from it and
+    // whether the formatter lets it stand (8 to 128, blank allowed).
+    void rangeText() {
+        const int max = std::numeric_limits<int>::max(), min = std::numeric_limits<int>::min();
+        const std::tuple<const char *, int, bool> rows[] = {
+            {"", 0, true},         {"8", 8, true},         {"128", 128, true},
+            {"7.99", 7, false},    {"128.01", 128, false}, {"45px", 45, false},
+            {"inf", 0, false},     {"-3.7", -3, false},    {" \t+12", 12, true},
+            {"1.5e2", 150, false}, {"1e30", max, false},   {"-99999999999", min, false},
+            {"1e999", max, false}, {"1e-999", 0, false},   {"\n\r-9", -9, false}};
+        for (const auto &[text, value, accepted] : rows) {
+            const auto got = std::pair(leadingIntegerValue(text),
+                                       rangeFormatterAccepts(text, SettingViewCtl::kRangeMinimum,
+                                                             SettingViewCtl::kRangeMaximum));
+            QVERIFY2(got == std::pair(value, accepted), text);
+        }
+    }
+
+    // The system's name from os-release; "Linux" without a usable PRETTY_NAME.
+    void prettyName() {
+        const std::pair<const char *, const char *> rows[] = {
+            {"NAME=x\nPRETTY_NAME=\"Debian GNU/Linux 12\"\n", "Debian GNU/Linux 12"},
+            {"PRETTY_NAME='Fedora Linux 39'", "Fedora Linux 39"},
+            {"PRETTY_NAME=Arch", "Arch"},
+            {"PRETTY_NAME=\"A \\\"B\\\" \\\\ C\"", "A \"B\" \\ C"},
+            {"PRETTY_NAME_X=no", "Linux"},
+            {"\x01\x02=\n=\n\n", "Linux"},
+            {"PRETTY_NAME=\"Gr\xc3\xbc\xc3\x9f\"", "Gr\xc3\xbc\xc3\x9f"}};
+        for (const auto &[text, pretty] : rows) {
+            QCOMPARE(prettyNameFromOsRelease(text), QString::fromUtf8(pretty));
+        }
+    }
+
     // Each key moves its slider or resets a value and sends it; the other value stays.
     void slidersAndNormalButtons() {
         // Qt::Key_unknown: a screen reader presses the button.
@@ -201,23 +229,19 @@ class SettingViewCtlTest : public QObject {
 
     // functionChange: the check boxes toggled with Space (1 only for the plain on state; states
     // 0 off, 1 mixed, 2 on), the menus stepped with the arrow keys, and the same by screen reader.
-    // All eight controls go through one rule: "off" once for each kind, "on" for every control.
+    // Each control once, "off" once for each kind.
     void functionChange_data() {
         QTest::addColumn<QString>("name");
         QTest::addColumn<int>("before");
         QTest::addColumn<int>("after");
         QTest::addColumn<QString>("sent");
         QTest::newRow("swipe off") << "towFingerSwipeBtn_" << 2 << 0 << "08 00 00";
-        QTest::newRow("swipe on") << "towFingerSwipeBtn_" << 0 << 2 << "08 01 00";
         QTest::newRow("swipe mixed") << "towFingerSwipeBtn_" << 0 << 1 << "08 00 00";
         QTest::newRow("rotation on") << "twoFingerRotationBtn1_" << 0 << 2 << "09 01 00";
-        QTest::newRow("pinch on") << "twoFingerPinchBtn_" << 0 << 2 << "0B 01 00";
         QTest::newRow("pinch mixed -> on") << "twoFingerPinchBtn_" << 1 << 2 << "0B 01 00";
         QTest::newRow("button 1 off") << "buttonF1_" << 1 << 0 << "0D 00 00";
-        QTest::newRow("button 1 on") << "buttonF1_" << 0 << 1 << "0D 01 00";
         QTest::newRow("button 2 on") << "buttonF2_" << 0 << 1 << "0E 01 00";
         QTest::newRow("input mode 2") << "inputMode_" << 1 << 2 << "0F 02 00";
-        QTest::newRow("input mode 0") << "inputMode_" << 1 << 0 << "0F 00 00";
         QTest::newRow("notice on") << "resolutionNoticeFlag_" << 0 << 1 << "10 01 00";
         QTest::newRow("eraser on") << "eraserAreaMode_" << 0 << 1 << "11 01 00";
     }
@@ -226,7 +250,8 @@ class SettingViewCtlTest : public QObject {
         QFETCH(int, before);
         QFETCH(int, after);
         QFETCH(QString, sent);
-        writeSettings(dict({{"PenSoftSupport", true}}));  // shows button 2 and the eraser menu
+        QVERIFY(writePlistFileAtomically(dict({{"PenSoftSupport", true}}),  // button 2, eraser
+                                         getSettingsFilePath(kModel)));
         ctl_->updateUIState();
         auto *box = page_->findChild<QCheckBox *>(name);
         auto *menu = page_->findChild<QComboBox *>(name);
@@ -259,10 +284,12 @@ class SettingViewCtlTest : public QObject {
     }
 
     // Refreshing from the settings file: what each tab shows (check boxes, menus, the pen's rows
-    // shown only with pen support), what the page holds, and nothing sent.
+    // shown only with pen support; from system minor version 12 on, no range tab), what the page
+    // holds, the Tab stops (never a test area), and nothing sent.
     void updateUIState_data() {
         QTest::addColumn<std::optional<SettingsDict>>("file");
         QTest::addColumn<QString>("version");
+        QTest::addColumn<int>("minor");
         QTest::addColumn<double>("rate");
         QTest::addColumn<int>("range");
         SettingsDict stored = dict({{"TwoFingerSwipe", false},
@@ -276,26 +303,29 @@ class SettingViewCtlTest : public QObject {
                                     {"DoubleClickRate", 0.45},
                                     {"DoubleClickRange", 45},
                                     {"PenSoftSupport", true}});
-        QTest::newRow("nofile") << std::optional<SettingsDict>() << "Version 10.12.6" << 0.5 << 64;
+        QTest::newRow("nofile") << std::optional<SettingsDict>() << "Version 10.12.6" << 11 << 0.5
+                                << 64;
         // 10.13 fixes the range.
-        QTest::newRow("stored") << std::optional(stored) << "Version 10.13.6 (17G65)" << 0.45 << 64;
+        QTest::newRow("stored") << std::optional(stored) << "Version 10.13.6 (17G65)" << 12 << 0.45
+                                << 64;
         // Missing keys read as false and 0; an input mode outside the menu selects nothing.
         QTest::newRow("missing") << std::optional(
                                         dict({{"InputMode", 7}, {"DoubleClickRange", 70000}}))
-                                 << kPlainLinux << 0.0 << 70000;
+                                 << kPlainLinux << -1 << 0.0 << 70000;
     }
     void updateUIState() {
         QFETCH(std::optional<SettingsDict>, file);
         QFETCH(QString, version);
+        QFETCH(int, minor);
         QFETCH(double, rate);
         QFETCH(int, range);
-        if (file) {
-            writeSettings(*file);
-        }
-        ctl_->setSystemInfo(std::make_shared<FakeSystemInfo>(version));
+        QVERIFY(!file || writePlistFileAtomically(*file, getSettingsFilePath(kModel)));
+        ctl_->setSystemInfo(std::make_shared<FakeSystemInfo>(version, minor));
+        ctl_->resetTabView();
         ctl_->updateUIState();
         checkShown(range, rate);
         expectSent({});
+        QStringList stops;
         for (int tab = 0; tab < tabs()->count(); ++tab) {
             tabs()->setCurrentIndex(tab);
             QCOMPARE(
@@ -303,20 +333,85 @@ class SettingViewCtlTest : public QObject {
                                                         .arg(QTest::currentDataTag())
                                                         .arg(tab)),
                 QString());
+            stops << test::tabStops(page_.get()).join(u' ');
+        }
+        if (minor > 11) {  // the pen's controls shown, the range tab gone
+            const QString bar = "qt_tabwidget_tabbar ";
+            QCOMPARE(stops, (QStringList{bar + "rateSlider_ speedNormalButton",
+                                         bar + "towFingerSwipeBtn_ twoFingerRotationBtn1_ "
+                                               "twoFingerPinchBtn_",
+                                         bar + "buttonF1_ buttonF2_ inputMode_ "
+                                               "resolutionNoticeFlag_ eraserAreaMode_"}));
         }
     }
 
-    // A measured double click sets the speed and sends it; a trial only toggles its circle.
-    void doubleClicks() {
-        doubleClickOn(w<TestView>("rateView_"), 0.0, 0.62);
-        expectSent({"02 D7 A3 70 3D 0A D7 E3 3F"});
-        checkShown(32, 0.62);
-        for (const int drawType : {1, 0}) {
-            const double start = drawType ? 10.0 : 20.0;  // within the normal 0.5 s window
-            doubleClickOn(w<TestView>("testView_"), start, start + 0.45);
-            QCOMPARE(w<TestView>("testView_")->currentDrawType(), drawType);
+    // A double-click attempt on a test area (a 0.5 s window): a speed area sends the measured
+    // time clamped to 0.3-1.0 s, a trial area toggles its circle within the window.
+    void attempts_data() {
+        QTest::addColumn<QString>("area");
+        QTest::addColumn<QList<Step>>("steps");
+        QTest::addColumn<double>("measured");  // 0: nothing measured
+        QTest::addColumn<int>("drawType");
+        QTest::addColumn<int>("pressesLeft");
+        const QString speed = "rateView_", trial = "testView_";
+        QTest::newRow("speed 0.1 s -> 0.3") << speed << doubleClick(0.08, 0.1) << 0.3 << 0 << 0;
+        QTest::newRow("speed 1.4 s -> 1.0") << speed << doubleClick(1.3, 1.4) << 1.0 << 0 << 0;
+        QTest::newRow("speed 0.62 s kept") << speed << doubleClick(0.5, 0.62) << 0.62 << 0 << 0;
+        // The second press is in time, but the 2.0 s timer ends the attempt before the release.
+        QTest::newRow("speed release after 2.0 s")
+            << speed << doubleClick(1.9, 2.1) << 0.0 << 0 << 0;
+        const QList<Step> firstPressOnly{{0.0, Kind::Press}, {0.1, Kind::Release}};
+        QTest::newRow("speed second press after 2.0 s starts over, timed from it")
+            << speed << firstPressOnly + doubleClick(2.8, 3.1, false, 2.5) << 3.1 - 2.5 << 0 << 0;
+        QList<Step> releasedOutside = doubleClick(0.2, 0.5);
+        releasedOutside.last().outside = true;
+        QTest::newRow("speed second release outside ends the attempt")
+            << speed << releasedOutside + QList<Step>{{0.6, Kind::Release}} << 0.0 << 0 << 0;
+        QTest::newRow("speed press outside")
+            << speed << doubleClick(0.2, 0.5, true) << 0.0 << 0 << 0;
+        QTest::newRow("trial release with one press counted")
+            << trial << firstPressOnly << 0.0 << 0 << 1;
+        QTest::newRow("trial 0.45 s") << trial << doubleClick(0.3, 0.45) << 0.0 << 1 << 0;
+        // The second press is in time, but the window's timer ends the attempt at 0.5 s.
+        QTest::newRow("trial 0.55 s") << trial << doubleClick(0.4, 0.55) << 0.0 << 0 << 0;
+        QTest::newRow("trial late second press starts over")
+            << trial << doubleClick(0.6, 0.7) << 0.0 << 0 << 1;
+        QTest::newRow("range display ignores the mouse")
+            << "rangeView_" << doubleClick(0.2, 0.4) << 0.0 << 0 << 0;
+    }
+    void attempts() {
+        QFETCH(QString, area);
+        QFETCH(QList<Step>, steps);
+        QFETCH(double, measured);
+        QFETCH(int, drawType);
+        QFETCH(int, pressesLeft);
+        auto *view = w<TestView>(area);
+        view->setClock(&clock_);
+        focus(view);
+        view->repaint();  // the hit area is what was drawn last
+        for (const Step &step : steps) {
+            clock_.setNow(step.t);
+            const QPoint at = step.outside ? QPoint(5, 5) : view->rect().center();
+            if (step.kind == Kind::Press) {
+                QTest::mousePress(view, Qt::LeftButton, {}, at);
+            } else if (step.kind == Kind::SecondPress) {  // how a widget gets a second press
+                QTest::mouseDClick(view, Qt::LeftButton, {}, at);
+            } else {
+                QTest::mouseRelease(view, Qt::LeftButton, {}, at);
+            }
         }
-        expectSent({});
+        QCOMPARE(view->pressCount(), pressesLeft);
+        QCOMPARE(clock_.pending(), pressesLeft);  // the attempt's timer runs while it is open
+        const Bytes sent = makeCommandDouble(COMMAND_SET_DOUBLE_CLICK_SPEED, measured);
+        expectSent(measured
+                       ? QStringList{test::hexBytes(QByteArray(
+                             reinterpret_cast<const char *>(sent.data()), qsizetype(sent.size())))}
+                       : QStringList{});
+        checkShown(32, measured ? measured : 0.5);
+        QCOMPARE(w<TestView>("testView_")->currentDrawType(), drawType);
+        if (drawType) {  // thick and green, not filled
+            QCOMPARE(test::snapshotMismatch(view, "properties-circle-thick"), QString());
+        }
     }
 };
 
