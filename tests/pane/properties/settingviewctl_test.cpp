@@ -59,7 +59,6 @@ QList<Step> doubleClick(double secondPress, double secondRelease, bool outside =
 
 }  // namespace
 
-Q_DECLARE_METATYPE(std::optional<SettingsDict>)
 Q_DECLARE_METATYPE(QList<Step>)
 
 class SettingViewCtlTest : public QObject {
@@ -132,36 +131,27 @@ class SettingViewCtlTest : public QObject {
         daemon_.received.clear();
     }
 
-    // Return and focus loss both end editing; the formatter allows 8 to 128. Ending again
-    // without an edit sends nothing.
-    void rangeField_data() {
-        QTest::addColumn<QString>("typed");
-        QTest::addColumn<int>("endKey");
-        QTest::addColumn<QStringList>("sent");
-        QTest::addColumn<int>("range");
-        const int ret = Qt::Key_Return, tab = Qt::Key_Tab;
-        QTest::newRow("45.9 truncates") << "45.9" << ret << QStringList{"01 2D 00"} << 45;
-        QTest::newRow("upper bound on focus loss")
-            << "128" << tab << QStringList{"01 80 00"} << 128;
-        QTest::newRow("cleared restores") << "" << ret << QStringList{} << 32;
-        // White space passes the formatter but holds no number: a range of 0 is sent.
-        QTest::newRow("no number sends 0") << "  " << ret << QStringList{"01 00 00"} << 0;
-        QTest::newRow("formatter rejects 129 on focus loss") << "129" << tab << QStringList{} << 32;
-    }
+    // Return and focus loss both end editing, one edit after another; the formatter allows 8 to
+    // 128. Ending again without an edit sends nothing.
     void rangeField() {
-        QFETCH(QString, typed);
-        QFETCH(int, endKey);
-        QFETCH(QStringList, sent);
-        QFETCH(int, range);
         auto *field = w<QLineEdit>("rengeText_");
-        focus(field);
-        QTest::keyClick(field, Qt::Key_A, Qt::ControlModifier);
-        QTest::keyClick(field, Qt::Key_Backspace);
-        QTest::keyClicks(field, typed);
-        QTest::keyClick(field, Qt::Key(endKey));
-        QTest::keyClick(field, Qt::Key_Return);
-        expectSent(sent);
-        checkShown(range, 0.5);
+        const std::tuple<QString, Qt::Key, QStringList, int> edits[] = {
+            {"45.9", Qt::Key_Return, {"01 2D 00"}, 45},  // truncated
+            {"128", Qt::Key_Tab, {"01 80 00"}, 128},     // the upper bound, on focus loss
+            {"", Qt::Key_Return, {}, 128},               // cleared: restored
+            {"129", Qt::Key_Tab, {}, 128},               // refused by the formatter
+            // White space passes the formatter but holds no number: a range of 0 is sent.
+            {"  ", Qt::Key_Return, {"01 00 00"}, 0}};
+        for (const auto &[typed, endKey, sent, range] : edits) {
+            focus(field);
+            QTest::keyClick(field, Qt::Key_A, Qt::ControlModifier);
+            QTest::keyClick(field, Qt::Key_Backspace);
+            QTest::keyClicks(field, typed);
+            QTest::keyClick(field, endKey);
+            QTest::keyClick(field, Qt::Key_Return);
+            expectSent(sent);
+            checkShown(range, 0.5);
+        }
     }
 
     // The range field's text beyond what can be typed: the number the page takes from it and
@@ -230,119 +220,97 @@ class SettingViewCtlTest : public QObject {
     // functionChange: the check boxes toggled with Space (1 only for the plain on state; states
     // 0 off, 1 mixed, 2 on), the menus stepped with the arrow keys, and the same by screen reader.
     // Each control once, "off" once for each kind.
-    void functionChange_data() {
-        QTest::addColumn<QString>("name");
-        QTest::addColumn<int>("before");
-        QTest::addColumn<int>("after");
-        QTest::addColumn<QString>("sent");
-        QTest::newRow("swipe off") << "towFingerSwipeBtn_" << 2 << 0 << "08 00 00";
-        QTest::newRow("swipe mixed") << "towFingerSwipeBtn_" << 0 << 1 << "08 00 00";
-        QTest::newRow("rotation on") << "twoFingerRotationBtn1_" << 0 << 2 << "09 01 00";
-        QTest::newRow("pinch mixed -> on") << "twoFingerPinchBtn_" << 1 << 2 << "0B 01 00";
-        QTest::newRow("button 1 off") << "buttonF1_" << 1 << 0 << "0D 00 00";
-        QTest::newRow("button 2 on") << "buttonF2_" << 0 << 1 << "0E 01 00";
-        QTest::newRow("input mode 2") << "inputMode_" << 1 << 2 << "0F 02 00";
-        QTest::newRow("notice on") << "resolutionNoticeFlag_" << 0 << 1 << "10 01 00";
-        QTest::newRow("eraser on") << "eraserAreaMode_" << 0 << 1 << "11 01 00";
-    }
     void functionChange() {
-        QFETCH(QString, name);
-        QFETCH(int, before);
-        QFETCH(int, after);
-        QFETCH(QString, sent);
         QVERIFY(writePlistFileAtomically(dict({{"PenSoftSupport", true}}),  // button 2, eraser
                                          getSettingsFilePath(kModel)));
         ctl_->updateUIState();
-        auto *box = page_->findChild<QCheckBox *>(name);
-        auto *menu = page_->findChild<QComboBox *>(name);
-        // By keyboard, then as a screen reader does it: the toggle action (which knows no mixed
-        // state), the selection of a menu item.
-        for (bool reader : {false, true}) {
-            if (reader && box && (before == 1 || after == 1)) {
-                continue;
+        const std::tuple<QString, int, int, QString> changes[] = {
+            {"towFingerSwipeBtn_", 2, 0, "08 00 00"},
+            {"towFingerSwipeBtn_", 0, 1, "08 00 00"},
+            {"twoFingerRotationBtn1_", 0, 2, "09 01 00"},
+            {"twoFingerPinchBtn_", 1, 2, "0B 01 00"},
+            {"buttonF1_", 1, 0, "0D 00 00"},
+            {"buttonF2_", 0, 1, "0E 01 00"},
+            {"inputMode_", 1, 2, "0F 02 00"},
+            {"resolutionNoticeFlag_", 0, 1, "10 01 00"},
+            {"eraserAreaMode_", 0, 1, "11 01 00"}};
+        for (const auto &[name, before, after, sent] : changes) {
+            auto *box = page_->findChild<QCheckBox *>(name);
+            auto *menu = page_->findChild<QComboBox *>(name);
+            // By keyboard, then as a screen reader does it: the toggle action (which knows no
+            // mixed state), the selection of a menu item.
+            for (bool reader : {false, true}) {
+                if (reader && box && (before == 1 || after == 1)) {
+                    continue;
+                }
+                {
+                    const QSignalBlocker blocker(w(name));  // the starting state is no change
+                    box ? box->setTristate(before == 1 || after == 1),
+                        box->setCheckState(Qt::CheckState(before)) : menu->setCurrentIndex(before);
+                }
+                focus(w(name));
+                QAccessibleInterface *item = QAccessible::queryAccessibleInterface(w(name));
+                if (!reader) {
+                    QTest::keyClick(w(name), box              ? Qt::Key_Space
+                                             : after > before ? Qt::Key_Down
+                                                              : Qt::Key_Up);
+                } else {
+                    // A menu's item is a child of its list.
+                    (box ? item : item->child(0)->child(after))
+                        ->actionInterface()
+                        ->doAction(QAccessibleActionInterface::toggleAction());
+                }
+                QCOMPARE(box ? int(box->checkState()) : menu->currentIndex(), after);
+                expectSent({sent});
             }
-            {
-                const QSignalBlocker blocker(w(name));  // the starting state is no change
-                box ? box->setTristate(before == 1 || after == 1),
-                    box->setCheckState(Qt::CheckState(before)) : menu->setCurrentIndex(before);
-            }
-            focus(w(name));
-            QAccessibleInterface *item = QAccessible::queryAccessibleInterface(w(name));
-            if (!reader) {
-                QTest::keyClick(w(name), box              ? Qt::Key_Space
-                                         : after > before ? Qt::Key_Down
-                                                          : Qt::Key_Up);
-            } else {
-                // A menu's item is a child of its list.
-                (box ? item : item->child(0)->child(after))
-                    ->actionInterface()
-                    ->doAction(QAccessibleActionInterface::toggleAction());
-            }
-            QCOMPARE(box ? int(box->checkState()) : menu->currentIndex(), after);
-            expectSent({sent});
         }
     }
 
-    // Refreshing from the settings file: what each tab shows (check boxes, menus, the pen's rows
-    // shown only with pen support; from system minor version 12 on, no range tab), what the page
-    // holds, the Tab stops (never a test area), and nothing sent.
-    void updateUIState_data() {
-        QTest::addColumn<std::optional<SettingsDict>>("file");
-        QTest::addColumn<QString>("version");
-        QTest::addColumn<int>("minor");
-        QTest::addColumn<double>("rate");
-        QTest::addColumn<int>("range");
-        SettingsDict stored = dict({{"TwoFingerSwipe", false},
-                                    {"TwoFingerRotation", true},
-                                    {"TwoFingerPinch", false},
-                                    {"FounctionButton1", false},
-                                    {"FounctionButton2", true},
-                                    {"ShowResolutionNotice", false},
-                                    {"EraserAreaMode", true},
-                                    {"InputMode", 2},
-                                    {"DoubleClickRate", 0.45},
-                                    {"DoubleClickRange", 45},
-                                    {"PenSoftSupport", true}});
-        QTest::newRow("nofile") << std::optional<SettingsDict>() << "Version 10.12.6" << 11 << 0.5
-                                << 64;
-        // 10.13 fixes the range.
-        QTest::newRow("stored") << std::optional(stored) << "Version 10.13.6 (17G65)" << 12 << 0.45
-                                << 64;
-        // Missing keys read as false and 0; an input mode outside the menu selects nothing.
-        QTest::newRow("missing") << std::optional(
-                                        dict({{"InputMode", 7}, {"DoubleClickRange", 70000}}))
-                                 << kPlainLinux << -1 << 0.0 << 70000;
-    }
+    // Refreshing from the settings file, one after another: what each tab shows (check boxes,
+    // menus, the pen's rows shown only with pen support; from system minor version 12 on, no
+    // range tab), what the page holds, the Tab stops (never a test area), and nothing sent.
     void updateUIState() {
-        QFETCH(std::optional<SettingsDict>, file);
-        QFETCH(QString, version);
-        QFETCH(int, minor);
-        QFETCH(double, rate);
-        QFETCH(int, range);
-        QVERIFY(!file || writePlistFileAtomically(*file, getSettingsFilePath(kModel)));
-        ctl_->setSystemInfo(std::make_shared<FakeSystemInfo>(version, minor));
-        ctl_->resetTabView();
-        ctl_->updateUIState();
-        checkShown(range, rate);
+        const SettingsDict stored = dict({{"TwoFingerSwipe", false},
+                                          {"TwoFingerRotation", true},
+                                          {"TwoFingerPinch", false},
+                                          {"FounctionButton1", false},
+                                          {"FounctionButton2", true},
+                                          {"ShowResolutionNotice", false},
+                                          {"EraserAreaMode", true},
+                                          {"InputMode", 2},
+                                          {"DoubleClickRate", 0.45},
+                                          {"DoubleClickRange", 45},
+                                          {"PenSoftSupport", true}});
+        const std::tuple<QString, std::optional<SettingsDict>, QString, int, double, int> loads[] =
+            {{"nofile", std::nullopt, "Version 10.12.6", 11, 0.5, 64},
+             // Missing keys read as false and 0; an input mode outside the menu selects nothing.
+             {"missing", dict({{"InputMode", 7}, {"DoubleClickRange", 70000}}), kPlainLinux, -1,
+              0.0, 70000},
+             {"stored", stored, "Version 10.13.6 (17G65)", 12, 0.45, 64}};  // 10.13: a fixed range
+        QStringList faults, stops;
+        for (const auto &[name, file, version, minor, rate, range] : loads) {
+            QVERIFY(!file || writePlistFileAtomically(*file, getSettingsFilePath(kModel)));
+            ctl_->setSystemInfo(std::make_shared<FakeSystemInfo>(version, minor));
+            ctl_->resetTabView();
+            ctl_->updateUIState();
+            checkShown(range, rate);
+            for (int tab = 0; tab < tabs()->count(); ++tab) {
+                tabs()->setCurrentIndex(tab);
+                faults << test::snapshotMismatch(
+                    page_.get(), QStringLiteral("properties-settings-%1-tab%2").arg(name).arg(tab));
+                stops << test::tabStops(page_.get()).join(u' ');
+            }
+        }
+        faults.removeAll(QString());
+        QCOMPARE(faults, QStringList{});
         expectSent({});
-        QStringList stops;
-        for (int tab = 0; tab < tabs()->count(); ++tab) {
-            tabs()->setCurrentIndex(tab);
-            QCOMPARE(
-                test::snapshotMismatch(page_.get(), QStringLiteral("properties-settings-%1-tab%2")
-                                                        .arg(QTest::currentDataTag())
-                                                        .arg(tab)),
-                QString());
-            stops << test::tabStops(page_.get()).join(u' ');
-        }
-        if (minor > 11) {  // the pen's controls shown, the range tab gone
-            const QString bar = "qt_tabwidget_tabbar ";
-            QCOMPARE(stops, (QStringList{bar + "rateSlider_ speedNormalButton",
-                                         bar + "towFingerSwipeBtn_ twoFingerRotationBtn1_ "
-                                               "twoFingerPinchBtn_",
-                                         bar + "buttonF1_ buttonF2_ inputMode_ "
-                                               "resolutionNoticeFlag_ eraserAreaMode_"}));
-        }
+        // The last load's: the pen's controls shown, the range tab gone.
+        const QString bar = "qt_tabwidget_tabbar ";
+        QCOMPARE(stops.mid(stops.size() - 3),
+                 (QStringList{bar + "rateSlider_ speedNormalButton",
+                              bar + "towFingerSwipeBtn_ twoFingerRotationBtn1_ twoFingerPinchBtn_",
+                              bar + "buttonF1_ buttonF2_ inputMode_ resolutionNoticeFlag_ "
+                                    "eraserAreaMode_"}));
     }
 
     // A double-click attempt on a test area (a 0.5 s window): a speed area sends the measured
