@@ -31,6 +31,13 @@ class RecordingDaemon {
         return port_ != nullptr;
     }
     void stop() { port_.reset(); }
+    // Checks that exactly these commands came since the last check, sending a command no page
+    // sends behind them: sends keep their order, so once it is in everything earlier is too.
+    void expect(const QStringList &expected) {
+        SendDataToRemotePort(makeCommand(COMMAND_STOP_CHECK));
+        QTRY_VERIFY(received.contains(QStringLiteral("20")));
+        QCOMPARE(std::exchange(received, {}), expected + QStringList{QStringLiteral("20")});
+    }
 
     QStringList received;
 
@@ -40,30 +47,20 @@ class RecordingDaemon {
     std::unique_ptr<LocalMessagePort> port_;
 };
 
-// A command no page sends, used to prove that nothing else was sent before it: sends keep
-// their order, so once the marker has arrived everything sent earlier has arrived too.
-inline const QString kMarker = QStringLiteral("20");
-inline void sendMarker() {
-    SendDataToRemotePort(makeCommand(COMMAND_STOP_CHECK));
-}
-
 // The names of the widgets Tab stops at in `window`, in order, from its first stop round again.
 inline QStringList tabStops(QWidget *window) {
-    QWidgetList seen;
     window->activateWindow();
     window->setFocus();
     QTest::keyClick(window, Qt::Key_Tab);
-    for (QWidget *at = QApplication::focusWidget(); at && !seen.contains(at);
+    QWidget *const first = QApplication::focusWidget();
+    QStringList names;
+    for (QWidget *at = first; at && (names.isEmpty() || at != first) && names.size() < 99;
          at = QApplication::focusWidget()) {
-        seen << at;
+        names << at->objectName();
         QTest::keyClick(at, Qt::Key_Tab);
     }
-    if (QWidget *at = QApplication::focusWidget()) {
-        at->clearFocus();  // as it was, for the pictures
-    }
-    QStringList names;
-    for (QWidget *widget : seen) {
-        names << widget->objectName();
+    if (first) {
+        first->clearFocus();  // as it was, for the pictures
     }
     return names;
 }

@@ -87,12 +87,6 @@ class SettingViewCtlTest : public QObject {
         widget->setFocus();
         QTRY_VERIFY(widget->hasFocus());
     }
-    // Waits for the marker and checks that exactly these commands came before it.
-    void expectSent(const QStringList &expected) {
-        test::sendMarker();
-        QTRY_COMPARE(daemon_.received.size(), expected.size() + 1);
-        QCOMPARE(std::exchange(daemon_.received, {}), expected + QStringList{test::kMarker});
-    }
     // The range in the page, its field and the three areas; the window in the page and both timed
     // areas (where the sliders stand is in the pictures).
     void checkShown(int range, double rate) {
@@ -149,7 +143,7 @@ class SettingViewCtlTest : public QObject {
             QTest::keyClicks(field, typed);
             QTest::keyClick(field, endKey);
             QTest::keyClick(field, Qt::Key_Return);
-            expectSent(sent);
+            daemon_.expect(sent);
             checkShown(range, 0.5);
         }
     }
@@ -205,7 +199,7 @@ class SettingViewCtlTest : public QObject {
                       QAccessibleActionInterface::pressAction())
                 : QTest::keyClick(w(name), key);
             QTRY_COMPARE(ctl_->doubleClickRate(), rate);  // a reader's press clicks a moment later
-            expectSent({sent});
+            daemon_.expect({sent});
             checkShown(range, rate);
         }
         // Without a daemon the page still follows the slider, and nothing is kept for later.
@@ -214,7 +208,7 @@ class SettingViewCtlTest : public QObject {
         QTest::keyClick(w("rangeSlider_"), Qt::Key_Right);
         checkShown(33, 0.5);
         QVERIFY(daemon_.start());
-        expectSent({});
+        daemon_.expect({});
     }
 
     // functionChange: the check boxes toggled with Space (1 only for the plain on state; states
@@ -261,7 +255,7 @@ class SettingViewCtlTest : public QObject {
                         ->doAction(QAccessibleActionInterface::toggleAction());
                 }
                 QCOMPARE(box ? int(box->checkState()) : menu->currentIndex(), after);
-                expectSent({sent});
+                daemon_.expect({sent});
             }
         }
     }
@@ -303,7 +297,7 @@ class SettingViewCtlTest : public QObject {
         }
         faults.removeAll(QString());
         QCOMPARE(faults, QStringList{});
-        expectSent({});
+        daemon_.expect({});
         // The last load's: the pen's controls shown, the range tab gone.
         const QString bar = "qt_tabwidget_tabbar ";
         QCOMPARE(stops.mid(stops.size() - 3),
@@ -371,10 +365,10 @@ class SettingViewCtlTest : public QObject {
         QCOMPARE(view->pressCount(), pressesLeft);
         QCOMPARE(clock_.pending(), pressesLeft);  // the attempt's timer runs while it is open
         const Bytes sent = makeCommandDouble(COMMAND_SET_DOUBLE_CLICK_SPEED, measured);
-        expectSent(measured
-                       ? QStringList{test::hexBytes(QByteArray(
-                             reinterpret_cast<const char *>(sent.data()), qsizetype(sent.size())))}
-                       : QStringList{});
+        daemon_.expect(
+            measured ? QStringList{test::hexBytes(QByteArray(
+                           reinterpret_cast<const char *>(sent.data()), qsizetype(sent.size())))}
+                     : QStringList{});
         checkShown(32, measured ? measured : 0.5);
         QCOMPARE(w<TestView>("testView_")->currentDrawType(), drawType);
         if (drawType) {  // thick and green, not filled
