@@ -72,16 +72,39 @@ const struct State {
     std::vector<DisplayInfo> displays;
     int type = 0, simple = 2, rotate = 0;
     bool resolutionList = true, byDaemon = false;  // the daemon's news of a simple switch
+    // Then a control ("<matrix>_<row>_<column>" or a button) clicked, or driven by a screen
+    // reader, sends its command.
+    const char *control = nullptr, *sent = nullptr;
+    bool reader = false;
 } kStates[] = {
-    {"simple", 317, {other(1920)}},
+    {"simple", 317, {other(1920)}, 0, 2, 0, true, false, "simpleSetting__1_0", "13 01 00"},
     {"no settings file", 317, {}, 0, -1},
     {"manual forced: RotateMode 1", 317, {other(1920)}, 0, 2, 1},
-    {"type 2 on 317", 317, {other(1920)}, 2, 1},
-    {"type 2 on model 42", 42, {other(1920)}, 2, 2},
-    {"type 1 on 317", 317, {other(1920)}, 1, 0},
+    {"type 2 on 317", 317, {other(1920)}, 2, 1, 0, true, false, "startButton_", "1F 00 00"},
+    {"type 2 on model 42",
+     42,
+     {other(1920)},
+     2,
+     2,
+     0,
+     true,
+     false,
+     "calibrationMatrix__0_0",
+     "12 00 00"},
+    {"type 1 on 317", 317, {other(1920)}, 1, 0, 0, true, false, "startButton_", "17 00 00", true},
     {"switched by the daemon", 317, {other(1920)}, 0, 1, 0, true, true},
     {"simple setting with no row", 42, {other(1920)}, 0, 7},
-    {"RotateMode 2", 317, {other(1920)}, 0, 0, 2},
+    {"RotateMode 2",
+     317,
+     {other(1920)},
+     0,
+     0,
+     2,
+     true,
+     false,
+     "calibrationMatrix__0_1",
+     "12 01 00",
+     true},
     {"resolution not listed", 317, {other(1024)}},
     {"the later of two matches",
      317,
@@ -102,20 +125,6 @@ const struct State {
      }()},
     {"no Display", 400, {display("DP-7", 1280, 720, 0, 0)}},
     {"manual forced: no resolution list", 317, {other(1920)}, 0, 2, 0, false},
-};
-
-// A control ("<matrix>_<row>_<column>" or a button) with "CalibrationType" in the file.
-const struct Control {
-    const char *name, *control;
-    int type;
-    QString sent;
-    bool reader = false;  // driven by a screen reader, not clicked
-} kControls[] = {
-    {"simple type", "calibrationMatrix__0_0", 1, "12 00 00"},
-    {"manual type, by a screen reader", "calibrationMatrix__0_1", 0, "12 01 00", true},
-    {"simple setting 2", "simpleSetting__1_0", 0, "13 01 00"},
-    {"start, row 0, by a screen reader", "startButton_", 1, "17 00 00", true},
-    {"start, second manual", "startButton_", 2, "1F 00 00"},
 };
 
 // Key events with "SimpleCalibrationType" 2 in the file.
@@ -205,8 +214,8 @@ class CalibrationTest : public QObject, public test::PaneFixture {
         QCOMPARE(chordCharacter(Qt::Key_Ampersand, 0, ScanCodes::Unknown, de), "6");
     }
 
-    // Loading each state after the one before it leaves nothing of that one behind, sends
-    // nothing, and Tab stops at every control and the display's sentence.
+    // Loading each state after the one before it, and after a control was used in it, leaves
+    // nothing of that one behind and sends nothing; Tab stops at every control and the sentence.
     void pageStates() {
         makePage(317, {}, std::nullopt);
         QStringList faults;
@@ -225,32 +234,29 @@ class CalibrationTest : public QObject, public test::PaneFixture {
                 "calibration-" + QString(s.name).section(':', 0, 0).replace(' ', '-');
             faults << test::snapshotMismatch(window_.get(), name)
                    << test::unheardLabels(window_.get());  // values heard as shown
+            daemon_.expect({});
+            if (&s == kStates) {  // the key sink, each enabled group once, the sentence, the keys
+                QCOMPARE(test::tabStops(window_.get()),
+                         (QStringList{"", "calibrationMatrix__0_0", "simpleSetting__0_0",
+                                      "touchDisplay_", "calibrationBtn_", "simpleSwitchBtn_"}));
+            }
+            if (s.control) {
+                auto *button = w<QAbstractButton>(s.control);
+                if (!s.reader) {
+                    QTest::mouseClick(button, Qt::LeftButton, {}, QPoint(6, button->height() / 2));
+                } else {
+                    QAccessible::queryAccessibleInterface(button)->actionInterface()->doAction(
+                        qobject_cast<QRadioButton *>(button)
+                            ? QAccessibleActionInterface::toggleAction()
+                            : QAccessibleActionInterface::pressAction());
+                    QTRY_VERIFY(!button->isDown());  // a press clicks after a short delay
+                }
+                daemon_.expect({s.sent});
+                button->clearFocus();  // the pictures show no focus
+            }
         }
         faults.removeAll(QString());
         QCOMPARE(faults, QStringList{});
-        daemon_.expect({});
-        // The key sink, then one stop for each group's checked cell, unless it is disabled.
-        QCOMPARE(
-            test::tabStops(window_.get()),
-            (QStringList{"", "calibrationMatrix__0_1", "manualSettingFor317__0_0", "startButton_",
-                         "touchDisplay_", "calibrationBtn_", "simpleSwitchBtn_"}));
-    }
-
-    // Each control sends its command, clicked or driven by a screen reader.
-    void controls_data() { rows(kControls); }
-    void controls() {
-        const Control &c = row(kControls);
-        makePage(317, {kPanel}, settings(c.type, 2, 0));
-        auto *button = w<QAbstractButton>(c.control);
-        if (!c.reader) {
-            QTest::mouseClick(button, Qt::LeftButton, {}, QPoint(6, button->height() / 2));
-        } else {
-            QAccessible::queryAccessibleInterface(button)->actionInterface()->doAction(
-                qobject_cast<QRadioButton *>(button) ? QAccessibleActionInterface::toggleAction()
-                                                     : QAccessibleActionInterface::pressAction());
-            QTRY_VERIFY(!button->isDown());  // a press clicks after a short delay
-        }
-        daemon_.expect({c.sent});
     }
 
     // Chords reach the page wherever the focus is in its window.
