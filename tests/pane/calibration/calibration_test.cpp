@@ -65,46 +65,29 @@ DisplayInfo other(double width) {
 // The states the page passes through on one page, in this order, as the settings file, the lists
 // and the displays leave it (1920 wide is listed; simple -1: no settings file), each compared with
 // its picture "calibration-<name up to a colon>": which display is shown with what resolution,
-// what is selected and what enabled.
+// what is selected and what enabled. Then a control ("<matrix>_<row>_<column>" or a button)
+// clicked, or driven by a screen reader, sends its command.
+struct Use {
+    const char *control = nullptr, *sent = nullptr;
+    bool reader = false;
+};
 const struct State {
     const char *name;
     int model;
     std::vector<DisplayInfo> displays;
+    Use use = {};
     int type = 0, simple = 2, rotate = 0;
     bool resolutionList = true, byDaemon = false;  // the daemon's news of a simple switch
-    // Then a control ("<matrix>_<row>_<column>" or a button) clicked, or driven by a screen
-    // reader, sends its command.
-    const char *control = nullptr, *sent = nullptr;
-    bool reader = false;
 } kStates[] = {
-    {"simple", 317, {other(1920)}, 0, 2, 0, true, false, "simpleSetting__1_0", "13 01 00"},
-    {"no settings file", 317, {}, 0, -1},
-    {"manual forced: RotateMode 1", 317, {other(1920)}, 0, 2, 1},
-    {"type 2 on 317", 317, {other(1920)}, 2, 1, 0, true, false, "startButton_", "1F 00 00"},
-    {"type 2 on model 42",
-     42,
-     {other(1920)},
-     2,
-     2,
-     0,
-     true,
-     false,
-     "calibrationMatrix__0_0",
-     "12 00 00"},
-    {"type 1 on 317", 317, {other(1920)}, 1, 0, 0, true, false, "startButton_", "17 00 00", true},
-    {"switched by the daemon", 317, {other(1920)}, 0, 1, 0, true, true},
-    {"simple setting with no row", 42, {other(1920)}, 0, 7},
-    {"RotateMode 2",
-     317,
-     {other(1920)},
-     0,
-     0,
-     2,
-     true,
-     false,
-     "calibrationMatrix__0_1",
-     "12 01 00",
-     true},
+    {"simple", 317, {other(1920)}, {"simpleSetting__1_0", "13 01 00"}},
+    {"no settings file", 317, {}, {}, 0, -1},
+    {"manual forced: RotateMode 1", 317, {other(1920)}, {}, 0, 2, 1},
+    {"type 2 on 317", 317, {other(1920)}, {"startButton_", "1F 00 00"}, 2, 1},
+    {"type 2 on model 42", 42, {other(1920)}, {"calibrationMatrix__0_0", "12 00 00"}, 2, 2},
+    {"type 1 on 317", 317, {other(1920)}, {"startButton_", "17 00 00", true}, 1, 0},
+    {"switched by the daemon", 317, {other(1920)}, {}, 0, 1, 0, true, true},
+    {"simple setting with no row", 42, {other(1920)}, {}, 0, 7},
+    {"RotateMode 2", 317, {other(1920)}, {"calibrationMatrix__0_1", "12 01 00", true}, 0, 0, 2},
     {"resolution not listed", 317, {other(1024)}},
     {"the later of two matches",
      317,
@@ -124,7 +107,7 @@ const struct State {
          return many;
      }()},
     {"no Display", 400, {display("DP-7", 1280, 720, 0, 0)}},
-    {"manual forced: no resolution list", 317, {other(1920)}, 0, 2, 0, false},
+    {"manual forced: no resolution list", 317, {other(1920)}, {}, 0, 2, 0, false},
 };
 
 // Key events with "SimpleCalibrationType" 2 in the file.
@@ -240,9 +223,9 @@ class CalibrationTest : public QObject, public test::PaneFixture {
                          (QStringList{"", "calibrationMatrix__0_0", "simpleSetting__0_0",
                                       "touchDisplay_", "calibrationBtn_", "simpleSwitchBtn_"}));
             }
-            if (s.control) {
-                auto *button = w<QAbstractButton>(s.control);
-                if (!s.reader) {
+            if (s.use.control) {
+                auto *button = w<QAbstractButton>(s.use.control);
+                if (!s.use.reader) {
                     QTest::mouseClick(button, Qt::LeftButton, {}, QPoint(6, button->height() / 2));
                 } else {
                     QAccessible::queryAccessibleInterface(button)->actionInterface()->doAction(
@@ -251,7 +234,7 @@ class CalibrationTest : public QObject, public test::PaneFixture {
                             : QAccessibleActionInterface::pressAction());
                     QTRY_VERIFY(!button->isDown());  // a press clicks after a short delay
                 }
-                daemon_.expect({s.sent});
+                daemon_.expect({s.use.sent});
                 button->clearFocus();  // the pictures show no focus
             }
         }
