@@ -3,14 +3,12 @@
 
 #include "calibration/calibrationviewclt.h"
 #include "calibration/hotkeychord.h"
-#include "calibration/radiomatrix.h"
 #include "pane_test_support.h"
 #include "properties_env.h"
 #include "snapshot.h"
 
 using namespace tavix;
 using tavix::test::row, tavix::test::rows;
-using namespace std::chrono_literals;
 
 namespace {
 
@@ -156,7 +154,7 @@ class CalibrationTest : public QObject, public test::PaneFixture {
     std::shared_ptr<FakeDisplays> displays_;
     CalibrationViewClt *ctl_ = nullptr;
 
-    template <typename T = RadioMatrix>
+    template <typename T>
     T *w(const QString &name) const {
         T *widget = window_->findChild<T *>(name);
         return widget ? widget : (qFatal("no widget %s", qPrintable(name)), nullptr);

@@ -50,9 +50,6 @@ class RecordingDaemon {
 // The names of the widgets Tab stops at in `window`, in order, from its first stop round again.
 inline QStringList tabStops(QWidget *window) {
     window->activateWindow();
-    if (QWidget *focused = QApplication::focusWidget()) {
-        focused->clearFocus();
-    }
     window->setFocus();
     QTest::keyClick(window, Qt::Key_Tab);
     QWidget *const first = QApplication::focusWidget();
