@@ -211,9 +211,8 @@ class CalibrationTest : public QObject, public test::PaneFixture {
             }
             displays_->list = s.displays;
             s.byDaemon ? ctl_->simpleCalibrationChange() : ctl_->updateUIState();
-            const QString name =
-                "calibration-" + QString(s.name).section(':', 0, 0).replace(' ', '-');
-            faults << test::snapshotMismatch(window_.get(), name)
+            const QString name = QString(s.name).section(':', 0, 0).replace(' ', '-');
+            faults << test::snapshotMismatch(window_.get(), "calibration-" + name)
                    << test::unheardLabels(window_.get());  // values heard as shown
             daemon_.expect({});
             if (&s == kStates) {  // the key sink, each enabled group once, the sentence, the keys

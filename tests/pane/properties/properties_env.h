@@ -52,15 +52,15 @@ inline QStringList tabStops(QWidget *window) {
     window->activateWindow();
     window->setFocus();
     QTest::keyClick(window, Qt::Key_Tab);
-    QWidget *const first = QApplication::focusWidget();
-    QStringList names;
-    for (QWidget *at = first; at && (names.isEmpty() || at != first) && names.size() < 99;
-         at = QApplication::focusWidget()) {
-        names << at->objectName();
+    QWidgetList seen;
+    for (QWidget *at; (at = QApplication::focusWidget()) && !seen.contains(at);) {
+        seen << at;
         QTest::keyClick(at, Qt::Key_Tab);
     }
-    if (first) {
-        first->clearFocus();  // as it was, for the pictures
+    QStringList names;
+    for (QWidget *stop : seen) {
+        names << stop->objectName();
+        stop->clearFocus();  // as it was, for the pictures
     }
     return names;
 }
