@@ -122,7 +122,6 @@ const struct Chord {
     {"C", Qt::Key_C, kCS, true, {"12 01 00"}},
     {"S: 2 steps to 0", Qt::Key_S, kCS, true, {"12 00 00", "13 00 00"}},
     {"Control+Option+C", Qt::Key_C, Qt::ControlModifier | Qt::AltModifier, false, {}},
-    {"Control+Shift+Command+C", Qt::Key_C, kCS | Qt::MetaModifier, true, {"12 01 00"}},
     {"X consumed", Qt::Key_X, kCS, true, {}},
 };
 

@@ -5,7 +5,6 @@
 #include <optional>
 
 #include "../snapshot.h"
-#include "commands.h"
 #include "globals.h"
 #include "manualclock.h"
 #include "paths.h"
@@ -64,22 +63,23 @@ const struct Attempt {
     const char *name, *area;
     QList<Step> steps;
     double measured = 0.0;
+    const char *sent = nullptr;  // the measured time
     int drawType = 0, pressesLeft = 0;
 } kAttempts[] = {
-    {"speed 0.1 s -> 0.3", "rateView_", doubleClick(0.08, 0.1), 0.3},
-    {"speed 1.4 s -> 1.0", "rateView_", doubleClick(1.3, 1.4), 1.0},
-    {"speed 0.62 s kept", "rateView_", doubleClick(0.5, 0.62), 0.62},
+    {"speed 0.1 s -> 0.3", "rateView_", doubleClick(0.08, 0.1), 0.3, "02 33 33 33 33 33 33 D3 3F"},
+    {"speed 1.4 s -> 1.0", "rateView_", doubleClick(1.3, 1.4), 1.0, "02 00 00 00 00 00 00 F0 3F"},
+    {"speed 0.62 s kept", "rateView_", doubleClick(0.5, 0.62), 0.62, "02 D7 A3 70 3D 0A D7 E3 3F"},
     // The second press is in time, but the 2.0 s timer ends the attempt before the release.
     {"speed release after 2.0 s", "rateView_", doubleClick(1.9, 2.1)},
     {"speed second release outside ends the attempt", "rateView_",
      doubleClick(0.2, 0.5).mid(0, 3) +
          QList<Step>{{0.5, Kind::Release, true}, {0.6, Kind::Release}}},
     {"speed press outside", "rateView_", doubleClick(0.2, 0.5, true)},
-    {"trial release with one press counted", "testView_", kFirstPressOnly, 0, 0, 1},
-    {"trial 0.45 s", "testView_", doubleClick(0.3, 0.45), 0, 1},
+    {"trial release with one press counted", "testView_", kFirstPressOnly, 0, nullptr, 0, 1},
+    {"trial 0.45 s", "testView_", doubleClick(0.3, 0.45), 0, nullptr, 1},
     // The second press is in time, but the window's timer ends the attempt at 0.5 s.
     {"trial 0.55 s", "testView_", doubleClick(0.4, 0.55)},
-    {"trial late second press starts over", "testView_", doubleClick(0.6, 0.7), 0, 0, 1},
+    {"trial late second press starts over", "testView_", doubleClick(0.6, 0.7), 0, nullptr, 0, 1},
     {"range display ignores the mouse", "rangeView_", doubleClick(0.2, 0.4)},
 };
 
@@ -103,10 +103,8 @@ class SettingViewCtlTest : public QObject {
     }
     QTabWidget *tabs() const { return w<QTabWidget>("settingTabView_"); }
     void focus(QWidget *widget) {
-        for (int i = 0; i < tabs()->count(); ++i) {
-            if (tabs()->widget(i)->isAncestorOf(widget)) {
-                tabs()->setCurrentIndex(i);
-            }
+        for (QWidget *up = widget; up; up = up->parentWidget()) {
+            tabs()->indexOf(up) < 0 ? void() : tabs()->setCurrentWidget(up);
         }
         widget->setFocus();
         QTRY_VERIFY(widget->hasFocus());
@@ -318,7 +316,7 @@ class SettingViewCtlTest : public QObject {
     }
     void attempts() {
         QFETCH(int, i);
-        const auto &[name, area, steps, measured, drawType, pressesLeft] = kAttempts[i];
+        const auto &[name, area, steps, measured, sent, drawType, pressesLeft] = kAttempts[i];
         auto *view = w<TestView>(area);
         view->setClock(&clock_);
         focus(view);
@@ -336,11 +334,7 @@ class SettingViewCtlTest : public QObject {
         }
         QCOMPARE(view->pressCount(), pressesLeft);
         QCOMPARE(clock_.pending(), pressesLeft);  // the attempt's timer runs while it is open
-        const Bytes sent = makeCommandDouble(COMMAND_SET_DOUBLE_CLICK_SPEED, measured);
-        daemon_.expect(
-            measured ? QStringList{test::hexBytes(QByteArray(
-                           reinterpret_cast<const char *>(sent.data()), qsizetype(sent.size())))}
-                     : QStringList{});
+        daemon_.expect(sent ? QStringList{sent} : QStringList{});
         checkShown(32, measured ? measured : 0.5);
         QCOMPARE(w<TestView>("testView_")->currentDrawType(), drawType);
         if (drawType) {  // thick and green, not filled
