@@ -38,8 +38,9 @@ const char kDeviceList[] = R"(<plist version="1.0"><array>
 const char kResolutions[] = R"(<plist version="1.0"><array><string>1280x720</string>
 <string>1919x1080</string><string>1920x1080</string></array></plist>)";
 
-SettingsDict settings(int calibrationType, int simpleType, int rotateMode) {
+SettingsDict settings(int calibrationType, int simpleType, int rotateMode, const char *key = "C") {
     SettingsDict d = settingItemsDefaults();
+    d.set("CalibrationHotKey", key);
     d.set("CalibrationType", calibrationType);
     d.set("SimpleCalibrationType", simpleType);
     d.set("RotateMode", rotateMode);
@@ -201,10 +202,9 @@ class CalibrationTest : public QObject, public test::PaneFixture {
         QStringList faults;
         for (const State &s : kStates) {
             gModelType = s.model;
-            SettingsDict file = settings(s.type, s.simple, s.rotate);
-            file.set("CalibrationHotKey", "K");
             QFile::remove(QString::fromStdString(path()));
-            QVERIFY(s.simple < 0 || writePlistFileAtomically(file, path()));
+            QVERIFY(s.simple < 0 ||
+                    writePlistFileAtomically(settings(s.type, s.simple, s.rotate, "K"), path()));
             if (!s.resolutionList) {
                 QFile::remove(QString::fromStdString(getSupportResolutionListFilePath()));
             }
@@ -242,9 +242,7 @@ class CalibrationTest : public QObject, public test::PaneFixture {
     void chords_data() { rows(kChords); }
     void chords() {
         const Chord &c = row(kChords);
-        SettingsDict file = settings(0, 2, 0);
-        file.set("CalibrationHotKey", c.calibrationKey);
-        makePage(file);
+        makePage(settings(0, 2, 0, c.calibrationKey));
         sink_->setFocus();
         QTRY_VERIFY(sink_->hasFocus());
         auto *keys = ctl_->hotKeyWindow()->findChild<QComboBox *>();
