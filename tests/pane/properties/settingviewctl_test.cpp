@@ -40,25 +40,23 @@ SettingsDict dict(const std::pair<const char *, PlistValue> (&entries)[N]) {
 }
 
 // One step of a user's attempt on a test area: at time t, a press, release or double-click press
-// at the circle's centre or in the area's corner.
-enum class Kind { Press, SecondPress, Release };
+// (how a widget gets a second press) at the circle's centre or in the area's corner.
 struct Step {
     double t;
-    Kind kind;
+    QTest::MouseAction kind;
     bool outside = false;
 };
 
-QList<Step> doubleClick(double secondPress, double secondRelease, bool outside = false,
-                        double start = 0.0) {
-    return {{start, Kind::Press, outside},
-            {start + 0.05, Kind::Release, outside},
-            {secondPress, Kind::SecondPress, outside},
-            {secondRelease, Kind::Release, outside}};
+QList<Step> doubleClick(double secondPress, double secondRelease, bool outside = false) {
+    return {{0.0, QTest::MousePress, outside},
+            {0.05, QTest::MouseRelease, outside},
+            {secondPress, QTest::MouseDClick, outside},
+            {secondRelease, QTest::MouseRelease, outside}};
 }
 
 // A double-click attempt on a test area (a 0.5 s window): a speed area sends the measured time
 // clamped to 0.3-1.0 s (0: nothing measured), a trial area toggles its circle within the window.
-const QList<Step> kFirstPressOnly{{0.0, Kind::Press}, {0.1, Kind::Release}};
+const QList<Step> kFirstPressOnly{{0.0, QTest::MousePress}, {0.1, QTest::MouseRelease}};
 const struct Attempt {
     const char *name, *area;
     QList<Step> steps;
@@ -73,7 +71,7 @@ const struct Attempt {
     {"speed release after 2.0 s", "rateView_", doubleClick(1.9, 2.1)},
     {"speed second release outside ends the attempt", "rateView_",
      doubleClick(0.2, 0.5).mid(0, 3) +
-         QList<Step>{{0.5, Kind::Release, true}, {0.6, Kind::Release}}},
+         QList<Step>{{0.5, QTest::MouseRelease, true}, {0.6, QTest::MouseRelease}}},
     {"speed press outside", "rateView_", doubleClick(0.2, 0.5, true)},
     {"trial release with one press counted", "testView_", kFirstPressOnly, 0, nullptr, 0, 1},
     {"trial 0.45 s", "testView_", doubleClick(0.3, 0.45), 0, nullptr, 1},
@@ -324,13 +322,7 @@ class SettingViewCtlTest : public QObject {
         for (const Step &step : steps) {
             clock_.setNow(step.t);
             const QPoint at = step.outside ? QPoint(5, 5) : view->rect().center();
-            if (step.kind == Kind::Press) {
-                QTest::mousePress(view, Qt::LeftButton, {}, at);
-            } else if (step.kind == Kind::SecondPress) {  // how a widget gets a second press
-                QTest::mouseDClick(view, Qt::LeftButton, {}, at);
-            } else {
-                QTest::mouseRelease(view, Qt::LeftButton, {}, at);
-            }
+            QTest::mouseEvent(step.kind, view, Qt::LeftButton, {}, at);
         }
         QCOMPARE(view->pressCount(), pressesLeft);
         QCOMPARE(clock_.pending(), pressesLeft);  // the attempt's timer runs while it is open
