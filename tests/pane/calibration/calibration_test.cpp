@@ -19,8 +19,9 @@ struct FakeDisplays final : DisplayProvider {
     std::vector<DisplayInfo> onlineDisplays() const override { return list; }
 };
 
-DisplayInfo display(const char *name, double w, double h, std::uint32_t vendor, std::uint32_t model,
-                    bool builtin = false) {
+// A display on connector `name`, w by h, of that vendor and model, named "M <name>".
+DisplayInfo dp(const char *name, double w, double h, std::uint32_t vendor, std::uint32_t model,
+               bool builtin = false) {
     return {QRectF(0, 0, w, h), vendor, model, builtin, name, QStringLiteral("M ") + name};
 }
 
@@ -55,11 +56,9 @@ struct KeySink : QWidget {
 };
 
 // The panel's display of model 317, another one, and one whose size is listed when 1920 wide.
-const DisplayInfo kPanel = display("DP-2", 1920, 1080, kVendor, kProduct),
-                  kHdmi = display("HDMI-A-1", 1280, 720, 3, 4);
-DisplayInfo other(double width) {
-    return display("DP-9", width, 1080, 1, 1);
-}
+const DisplayInfo kPanel = dp("DP-2", 1920, 1080, kVendor, kProduct),
+                  kHdmi = dp("HDMI-A-1", 1280, 720, 3, 4);
+const auto other = [](double width) { return dp("DP-9", width, 1080, 1, 1); };
 
 // The states the page passes through on one page, in this order, as the settings file, the lists
 // and the displays leave it (1920 wide is listed; simple -1: no settings file), each compared with
@@ -88,24 +87,18 @@ const struct State {
     {"simple setting with no row", 42, {other(1920)}, {}, 0, 7},
     {"RotateMode 2", 317, {other(1920)}, {"calibrationMatrix__0_1", "12 01 00", true}, 0, 0, 2},
     {"resolution not listed", 317, {other(1024)}},
-    {"the later of two matches",
-     317,
-     {kHdmi, kPanel, display("DP-3", 2560, 1440, kVendor, kProduct)}},
-    {"0x717 never",
-     317,
-     {display("DP-4", 1600, 900, kVendor, 0x717), display("eDP-1", 1366, 768, 1, 2, true)}},
-    {"vendor unknown", 317, {display("DP-5", 1280, 720, kUnknown, kProduct)}},
-    {"equal low 16 bits: 1919.6 wide",
-     317 + 0x10000,
-     {display("DP-2", 1919.6, 1080.9, kVendor, kProduct)}},
-    {"no early exit", 500, {display("DP-6", 1280, 720, 98, 8)}},
+    {"the later of two matches", 317, {kHdmi, kPanel, dp("DP-3", 2560, 1440, kVendor, kProduct)}},
+    {"0x717 never", 317, {dp("DP-4", 1600, 900, kVendor, 0x717), dp("eDP-1", 9, 9, 1, 2, true)}},
+    {"vendor unknown", 317, {dp("DP-5", 1280, 720, kUnknown, kProduct)}},
+    {"low 16 bits: 1919.6 wide", 317 + 0x10000, {dp("DP-2", 1919.6, 1080.9, kVendor, kProduct)}},
+    {"no early exit", 500, {dp("DP-6", 1280, 720, 98, 8)}},
     {"only the first 32 looked at", 317,
      [] {
          std::vector<DisplayInfo> many(kMaxOnlineDisplays, kHdmi);
          many.push_back(kPanel);
          return many;
      }()},
-    {"no Display", 400, {display("DP-7", 1280, 720, 0, 0)}},
+    {"no Display", 400, {dp("DP-7", 1280, 720, 0, 0)}},
     {"manual forced: no resolution list", 317, {other(1920)}, {}, 0, 2, 0, false},
 };
 

@@ -56,7 +56,6 @@ QList<Step> doubleClick(double secondPress, double secondRelease, bool outside =
 
 // A double-click attempt on a test area (a 0.5 s window): a speed area sends the measured time
 // clamped to 0.3-1.0 s (0: nothing measured), a trial area toggles its circle within the window.
-const QList<Step> kFirstPressOnly{{0.0, QTest::MousePress}, {0.1, QTest::MouseRelease}};
 const struct Attempt {
     const char *name, *area;
     QList<Step> steps;
@@ -73,7 +72,8 @@ const struct Attempt {
      doubleClick(0.2, 0.5).mid(0, 3) +
          QList<Step>{{0.5, QTest::MouseRelease, true}, {0.6, QTest::MouseRelease}}},
     {"speed press outside", "rateView_", doubleClick(0.2, 0.5, true)},
-    {"trial release with one press counted", "testView_", kFirstPressOnly, 0, nullptr, 0, 1},
+    {"trial release with one press counted", "testView_",
+     QList<Step>{{0.0, QTest::MousePress}, {0.1, QTest::MouseRelease}}, 0, nullptr, 0, 1},
     {"trial 0.45 s", "testView_", doubleClick(0.3, 0.45), 0, nullptr, 1},
     // The second press is in time, but the window's timer ends the attempt at 0.5 s.
     {"trial 0.55 s", "testView_", doubleClick(0.4, 0.55)},
@@ -87,7 +87,7 @@ class SettingViewCtlTest : public QObject {
     Q_OBJECT
 
   private:
-    std::unique_ptr<test::TempRoots> roots_;
+    test::TempRoots roots_;  // HOME and the system folder, before anything reads them
     std::unique_ptr<QTranslator> english_;
     test::RecordingDaemon daemon_;
     test::ManualClock clock_;
@@ -121,7 +121,6 @@ class SettingViewCtlTest : public QObject {
 
   private slots:
     void initTestCase() {
-        roots_ = std::make_unique<test::TempRoots>();
         english_ = std::make_unique<QTranslator>();
         QVERIFY2(english_->load(":/i18n/properties_en.qm"), "the English table is not linked in");
         QCoreApplication::installTranslator(english_.get());
