@@ -14,27 +14,27 @@ class ManualClock final : public Clock {
   public:
     double now() const override { return now_; }
     TimerId startTimer(double seconds, std::function<void()> fire) override {
-        deadlines.emplace(nextId_, std::pair(now_ + seconds, std::move(fire)));
-        return nextId_++;
+        timers_[++lastId_] = {now_ + seconds, std::move(fire)};
+        return lastId_;
     }
-    void cancelTimer(TimerId id) override { deadlines.erase(id); }
+    void cancelTimer(TimerId id) override { timers_.erase(id); }
+    int pending() const { return static_cast<int>(timers_.size()); }
     void setNow(double t) {
         const auto earlier = [](auto &a, auto &b) { return a.second.first < b.second.first; };
-        for (auto due = std::min_element(deadlines.begin(), deadlines.end(), earlier);
-             due != deadlines.end() && due->second.first <= t;
-             due = std::min_element(deadlines.begin(), deadlines.end(), earlier)) {
+        for (auto due = std::min_element(timers_.begin(), timers_.end(), earlier);
+             due != timers_.end() && due->second.first <= t;
+             due = std::min_element(timers_.begin(), timers_.end(), earlier)) {
             now_ = due->second.first;
             const auto fire = std::move(due->second.second);
-            deadlines.erase(due);
+            timers_.erase(due);
             fire();
         }
         now_ = t;
     }
 
-    std::map<TimerId, std::pair<double, std::function<void()>>> deadlines;  // pending, by start
-
   private:
-    TimerId nextId_ = 1;
+    std::map<TimerId, std::pair<double, std::function<void()>>> timers_;
+    TimerId lastId_ = 0;
     double now_ = 0.0;
 };
 

@@ -1,9 +1,12 @@
-// A daemon that records the commands the pages send, and a marker to know they have all arrived.
+// A daemon recording the pages' commands, a marker that all have arrived, and a page's Tab stops.
 #pragma once
 
+#include <QApplication>
 #include <QByteArray>
 #include <QDBusConnection>
 #include <QStringList>
+#include <QTest>
+#include <QWidget>
 
 #include <memory>
 
@@ -28,6 +31,13 @@ class RecordingDaemon {
         return port_ != nullptr;
     }
     void stop() { port_.reset(); }
+    // Checks that exactly these commands came since the last check, sending a command no page
+    // sends behind them: sends keep their order, so once it is in everything earlier is too.
+    void expect(const QStringList &expected) {
+        SendDataToRemotePort(makeCommand(COMMAND_STOP_CHECK));
+        QTRY_VERIFY(received.contains(QStringLiteral("20")));
+        QCOMPARE(std::exchange(received, {}), expected + QStringList{QStringLiteral("20")});
+    }
 
     QStringList received;
 
@@ -37,11 +47,22 @@ class RecordingDaemon {
     std::unique_ptr<LocalMessagePort> port_;
 };
 
-// A command no page sends, used to prove that nothing else was sent before it: sends keep
-// their order, so once the marker has arrived everything sent earlier has arrived too.
-inline const QString kMarker = QStringLiteral("20");
-inline void sendMarker() {
-    SendDataToRemotePort(makeCommand(COMMAND_STOP_CHECK));
+// The names of the widgets Tab stops at in `window`, in order, from its first stop round again.
+inline QStringList tabStops(QWidget *window) {
+    window->activateWindow();
+    window->setFocus();
+    QTest::keyClick(window, Qt::Key_Tab);
+    QWidgetList seen;
+    for (QWidget *at; (at = QApplication::focusWidget()) && !seen.contains(at);) {
+        seen << at;
+        QTest::keyClick(at, Qt::Key_Tab);
+    }
+    QStringList names;
+    for (QWidget *stop : seen) {
+        names << stop->objectName();
+        stop->clearFocus();  // as it was, for the pictures
+    }
+    return names;
 }
 
 }  // namespace tavix::test
