@@ -9,12 +9,6 @@
 
 namespace {
 
-// The shared state file: a panel on the Hardware page with verbose logging.
-constexpr char kPanelOnPage2[] =
-    "<plist version=\"1.0\"><dict><key>currentPageIndex</key><integer>2</integer><key>DriverEnable"
-    "</key><true/><key>currentDeviceType</key><integer>317</integer><key>VerboseLog</key><true/>"
-    "</dict></plist>";
-
 // A pane that writes down the life-cycle calls it gets.
 struct RecordingPane : tavix::PreferencePane {
     QWidget *view = new QWidget;  // the host's window takes it
@@ -49,45 +43,22 @@ class HostTest : public QObject {
         QCOMPARE(pane.calls, (QStringList{"select", "unselect", "select", "unselect"}));
     }
 
-    // The window is saved and the pane selected once and unselected once: leaving the Hardware
-    // page gives the mouse back and hides the pointer info ("1D 00" and "1E 00" at the daemon),
-    // as showing it did.
-    void screenshot() {
-        QTemporaryDir dir;
-        const QString prefs =
-            dir.filePath(QStringLiteral("home/Library/Preferences/TavixTouchPanel"));
-        QVERIFY(QDir().mkpath(prefs) && QDir().mkpath(dir.filePath(QStringLiteral("system"))));
-        QFile state(prefs + QStringLiteral("/Utilities.plist"));
-        QVERIFY(state.open(QIODevice::WriteOnly) && state.write(kPanelOnPage2) > 0);
-        state.close();
-        QStringList daemon;
-        const auto port = tavix::LocalMessagePort::create(
-            QString::fromLatin1(tavix::kDaemonPortName), [&](qint32, const QByteArray &data) {
-                daemon << QString::fromLatin1(data.toHex(' ').toUpper());
-                return QByteArray();
-            });
-        QVERIFY(port != nullptr);
-        const QString png = dir.filePath(QStringLiteral("shot.png"));
-        QCOMPARE(host({"--log-to-stderr", "--screenshot", png}, dir.path()), 0);
-
-        const QImage image(png);  // the window, drawn: more than a few colours
-        QVERIFY(image.width() >= 560 && image.height() >= 400 && image.width() <= 4000);
-        QVERIFY(image.convertToFormat(QImage::Format_Indexed8).colorCount() > 8);
-        QCOMPARE(err_.count(QRegularExpression("tavix-settings\\[\\d+\\]: willSelect\n")), 1);
-        // After the page's last refresh ("1B"): its own mouse settings, then willUnselect's.
-        const QStringList settings{"1D 00", "1E 00"};
-        QTRY_COMPARE(daemon.mid(daemon.lastIndexOf(QStringLiteral("1B")) + 1), settings + settings);
-    }
-
-    // 0 for help and a saved window, 1 for a bad plugin or an unwritable file, 2 for a bad
-    // option; what is said goes to standard output only with 0.
+    // 0 for help and a saved window, 1 for no pane or an unwritable file, 2 for a bad option;
+    // what is said goes to standard output only with 0. A saved window was selected once and
+    // unselected once at the end: leaving the Hardware page gives the mouse back and hides the
+    // pointer info ("1D 00" and "1E 00" at the daemon after its last refresh "1B"), as showing it
+    // did.
     void exitStatus_data() {
         QTest::addColumn<QStringList>("arguments");
         QTest::addColumn<int>("status");
         QTest::addColumn<QString>("message");
         QTest::newRow("help") << QStringList{"--help"} << 0 << QString("--log-to-stderr");
+        QTest::newRow("saved picture")
+            << QStringList{"--log-to-stderr", "--screenshot", "@/a.png"} << 0 << QString();
         QTest::newRow("not a plugin") << QStringList{"--plugin", "@/junk.so"} << 1
                                       << QString("junk.so: not the touch panel pane");
+        QTest::newRow("no pane there")
+            << QStringList{"--plugin", "@/none.so"} << 1 << QString("cannot load the pane");
         QTest::newRow("unwritable shot")
             << QStringList{"--screenshot", "@/no/such/dir/a.png"} << 1 << QString("cannot write");
         QTest::newRow("unknown option") << QStringList{"--bogus"} << 2 << QString("bogus");
@@ -97,13 +68,36 @@ class HostTest : public QObject {
         QFETCH(int, status);
         QFETCH(QString, message);
         QTemporaryDir dir;
-        QFile junk(dir.filePath(QStringLiteral("junk.so")));
+        const QString prefs = dir.filePath("home/Library/Preferences/TavixTouchPanel");
+        QVERIFY(QDir().mkpath(prefs) && QDir().mkpath(dir.filePath("system")));
+        QFile state(prefs + "/Utilities.plist");  // a panel on the Hardware page, verbose
+        QVERIFY(state.open(QIODevice::WriteOnly) &&
+                state.write("<plist version=\"1.0\"><dict><key>currentPageIndex</key><integer>2"
+                            "</integer><key>DriverEnable</key><true/><key>currentDeviceType</key>"
+                            "<integer>317</integer><key>VerboseLog</key><true/></dict></plist>"));
+        state.close();
+        QFile junk(dir.filePath("junk.so"));
         QVERIFY(junk.open(QIODevice::WriteOnly) && junk.write("not a shared object") > 0);
         junk.close();
-        QCOMPARE(host(arguments.replaceInStrings(QStringLiteral("@"), dir.path()), dir.path()),
-                 status);
+        QStringList daemon;
+        const auto port = tavix::LocalMessagePort::create(
+            QString::fromLatin1(tavix::kDaemonPortName), [&](qint32, const QByteArray &data) {
+                daemon << QString::fromLatin1(data.toHex(' ').toUpper());
+                return QByteArray();
+            });
+        QVERIFY(port != nullptr);
+        QCOMPARE(host(arguments.replaceInStrings("@", dir.path()), dir.path()), status);
         QVERIFY2((status == 0 ? out_ : err_).contains(message), qPrintable(message));
-        QVERIFY((status == 0 ? err_ : out_).isEmpty());
+        if (!arguments.contains("--screenshot") || status != 0) {
+            QVERIFY((status == 0 ? err_ : out_).isEmpty());
+            return;
+        }
+        const QImage image(arguments.last());  // the window, drawn: more than a few colours
+        QVERIFY(image.width() >= 560 && image.height() >= 400 && image.width() <= 4000);
+        QVERIFY(image.convertToFormat(QImage::Format_Indexed8).colorCount() > 8);
+        QCOMPARE(err_.count(QRegularExpression("tavix-settings\\[\\d+\\]: willSelect\n")), 1);
+        const QStringList settings{"1D 00", "1E 00"};
+        QTRY_COMPARE(daemon.mid(daemon.lastIndexOf("1B") + 1), settings + settings);
     }
 
   private:
@@ -111,9 +105,9 @@ class HostTest : public QObject {
     int host(const QStringList &arguments, const QString &root) {
         QProcess process;
         QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-        env.insert(QStringLiteral("HOME"), root + QStringLiteral("/home"));
-        env.insert(QStringLiteral("TAVIX_SYSTEM_LIBRARY"), root + QStringLiteral("/system"));
-        env.insert(QStringLiteral("LANG"), QStringLiteral("C.UTF-8"));
+        env.insert("HOME", root + "/home");
+        env.insert("TAVIX_SYSTEM_LIBRARY", root + "/system");
+        env.insert("LANG", "C.UTF-8");
         process.setProcessEnvironment(env);
         process.start(QStringLiteral(TAVIX_SETTINGS_EXE), arguments);
         if (!QTest::qWaitFor([&] { return process.state() == QProcess::NotRunning; }, 60000)) {
