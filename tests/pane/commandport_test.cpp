@@ -184,10 +184,12 @@ class CommandPortTest : public QObject, PaneFixture {
     }
 
     // Messages wait under a modal window shown again and again; those still waiting when the pane
-    // is unselected are dropped.
+    // is unselected are dropped. The port stays through a second selection, goes with the
+    // unselection (which leaves the Calibration and Hardware pages) and comes back with the next.
     void deferredMessagesUnderARecurringWindow() {
         writeUtilities(utilities(317, true, 0));
         startPane(true, std::chrono::hours(1));
+        pane_->willSelect();
         QDialog window;
         window.setModal(true);
         for (const int page : {1, 2}) {
@@ -200,7 +202,10 @@ class CommandPortTest : public QObject, PaneFixture {
         }
         window.show();
         QVERIFY(sendToPane(bytes(1)));
+        log_.clear();
         pane_->willUnselect();
+        QCOMPARE(log_.join('|'), kUnselect);
+        QVERIFY(!sendToPane(bytes(2)));
         pane_->willSelect();
         window.hide();
         log_.clear();

@@ -1,7 +1,5 @@
 // The pane's shell: life cycle, page navigation, every page laid out and heard, the string tables.
 #include <QAccessible>
-#include <QDBusConnectionInterface>
-#include <QDBusServiceWatcher>
 #include <QLayout>
 #include <QRegularExpression>
 #include <QTabBar>
@@ -111,12 +109,16 @@ class ShellTest : public QObject, PaneFixture {
     }
 
     // Which controllers hear about a page change, in which order, for each page entered by the
-    // tab bar, the pop-up or a screen reader selecting the pop-up's item; the page is stored.
+    // tab bar, the pop-up or a screen reader selecting the pop-up's item; the page is stored. While
+    // no panel is known a change is not taken up (nor followed by the pop-up), unless the file
+    // names one by now.
     void tabViewDelegateCalls_data() {
-        QTest::addColumn<int>("way");
+        QTest::addColumn<int>("way");  // 3: the tab view set from code
+        QTest::addColumn<int>("model");
         QTest::addColumn<int>("from");
         QTest::addColumn<int>("to");
         QTest::addColumn<QStringList>("calls");
+        QTest::addColumn<QList<int>>("after");  // tab, pop-up, page in use, stored page
         const struct {
             int from, to;
             QStringList calls;
@@ -129,20 +131,27 @@ class ShellTest : public QObject, PaneFixture {
         for (const int way : {0, 1, 2}) {
             for (const auto &c : cases) {
                 QTest::addRow("to %d by %s", c.to, std::array{"tab bar", "pop-up", "reader"}[way])
-                    << way << c.from << c.to << c.calls;
+                    << way << 317 << c.from << c.to << c.calls << QList<int>(4, c.to);
             }
         }
+        QTest::newRow("no panel") << 3 << 0 << 1 << 2 << QStringList{} << QList<int>{2, -1, 0, 1};
+        QTest::newRow("panel since") << 1 << -317 << 1 << 3 << cases[3].calls << QList<int>(4, 3);
     }
     void tabViewDelegateCalls() {
         QFETCH(int, way);
+        QFETCH(int, model);  // negative: none at the start, this one by the change
         QFETCH(int, from);
         QFETCH(int, to);
         QFETCH(QStringList, calls);
-        writeUtilities(utilities(317, true, from));
+        QFETCH(QList<int>, after);
+        writeUtilities(utilities(std::max(model, 0), true, from));
         startPane(true);
+        writeUtilities(utilities(std::abs(model), true, from));
         log_.clear();
         LogCapture capture;
-        if (way == 2) {  // the pop-up's items are children of its list
+        if (way == 3) {
+            tabView()->setCurrentIndex(to);
+        } else if (way == 2) {  // the pop-up's items are children of its list
             QAccessible::queryAccessibleInterface(popUp())
                 ->child(0)
                 ->child(to)
@@ -160,51 +169,7 @@ class ShellTest : public QObject, PaneFixture {
         QCOMPARE((QList<int>{tabView()->currentIndex(), popUp()->currentIndex(),
                              _currentItemIndex.load(),
                              int(readUtilities()->intValue("currentPageIndex"))}),
-                 QList<int>(4, to));
-    }
-
-    // While no panel is known a page change is not taken up, unless the file names one by now.
-    void delegateWhileNoPanelKnown() {
-        writeUtilities(utilities(0, true, 1));
-        startPane(true);
-        const QByteArray before = utilitiesBytes();
-        log_.clear();
-        popUp()->setCurrentIndex(2);
-        emit popUp()->activated(2);
-        tabView()->setCurrentIndex(1);
-        QCOMPARE(popUp()->currentIndex(), 2);  // not moved to follow the tab
-        QCOMPARE(utilitiesBytes(), before);
-        QCOMPARE(log_, QStringList{});
-        QCOMPARE(_currentItemIndex.load(), 0);
-
-        writeUtilities(utilities(317, true, 1));
-        pane_->selectView(3);
-        QCOMPARE(gModelType.load(), 317);
-        QCOMPARE(log_,
-                 (QStringList{"cal.unselectedView", "hw.unselectedView", "ver.updateUIState"}));
-        QCOMPARE(readUtilities()->intValue("currentPageIndex"), 3);
-    }
-
-    // The command port is made once however often the pane is selected, and gone once unselected.
-    void portCreatedOnceAndRemovedByWillUnselect() {
-        writeUtilities(utilities(317, true, 0));
-        startPane();
-        QDBusConnection peer = peerConnection();
-        const QString service = QStringLiteral("io.tavix.MessagePort.preferenceCommend");
-        QDBusServiceWatcher watcher(service, peer, QDBusServiceWatcher::WatchForRegistration);
-        QSignalSpy registrations(&watcher, &QDBusServiceWatcher::serviceRegistered);
-        for (int i = 0; i < 2; ++i) {
-            pane_->willSelect();
-            QVERIFY(sendToPane(QByteArray(1, '\x0a')));
-        }
-        QCOMPARE(registrations.count(), 1);
-        log_.clear();
-        pane_->willUnselect();
-        QCOMPARE(log_, (QStringList{"cal.unselectedView", "hw.unselectedView"}));
-        QTRY_VERIFY(!peer.interface()->isServiceRegistered(service).value());
-        QVERIFY(!sendToPane(QByteArray(1, '\x02')));
-        pane_->willSelect();
-        QVERIFY(sendToPane(QByteArray(1, '\x0a')));
+                 after);
     }
 
     // The real pane with the shipped lists and pen support, in each language (317 in English, a
