@@ -86,40 +86,29 @@ class HostTest : public QObject {
                 return QByteArray();
             });
         QVERIFY(port != nullptr);
-        QCOMPARE(host(arguments.replaceInStrings("@", dir.path()), dir.path()), status);
-        QVERIFY2((status == 0 ? out_ : err_).contains(message), qPrintable(message));
+        QProcess process;  // in the folder, serving the bus meanwhile
+        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+        env.insert("HOME", dir.filePath("home"));
+        env.insert("TAVIX_SYSTEM_LIBRARY", dir.filePath("system"));
+        env.insert("LANG", "C.UTF-8");
+        process.setProcessEnvironment(env);
+        process.start(TAVIX_SETTINGS_EXE, arguments.replaceInStrings("@", dir.path()));
+        QTRY_VERIFY_WITH_TIMEOUT(process.state() == QProcess::NotRunning, 60000);
+        QCOMPARE(process.exitStatus(), QProcess::NormalExit);
+        QCOMPARE(process.exitCode(), status);
+        const QString out = process.readAllStandardOutput(), err = process.readAllStandardError();
+        QVERIFY2((status == 0 ? out : err).contains(message), qPrintable(message));
         if (!arguments.contains("--screenshot") || status != 0) {
-            QVERIFY((status == 0 ? err_ : out_).isEmpty());
+            QVERIFY((status == 0 ? err : out).isEmpty());
             return;
         }
         const QImage image(arguments.last());  // the window, drawn: more than a few colours
         QVERIFY(image.width() >= 560 && image.height() >= 400 && image.width() <= 4000);
         QVERIFY(image.convertToFormat(QImage::Format_Indexed8).colorCount() > 8);
-        QCOMPARE(err_.count(QRegularExpression("tavix-settings\\[\\d+\\]: willSelect\n")), 1);
+        QCOMPARE(err.count(QRegularExpression("tavix-settings\\[\\d+\\]: willSelect\n")), 1);
         const QStringList settings{"1D 00", "1E 00"};
         QTRY_COMPARE(daemon.mid(daemon.lastIndexOf("1B") + 1), settings + settings);
     }
-
-  private:
-    // Runs the program in `root`, serving the bus meanwhile; its exit code, -1 if hung or crashed.
-    int host(const QStringList &arguments, const QString &root) {
-        QProcess process;
-        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-        env.insert("HOME", root + "/home");
-        env.insert("TAVIX_SYSTEM_LIBRARY", root + "/system");
-        env.insert("LANG", "C.UTF-8");
-        process.setProcessEnvironment(env);
-        process.start(QStringLiteral(TAVIX_SETTINGS_EXE), arguments);
-        if (!QTest::qWaitFor([&] { return process.state() == QProcess::NotRunning; }, 60000)) {
-            process.kill();
-            process.waitForFinished();
-        }
-        out_ = QString::fromUtf8(process.readAllStandardOutput());
-        err_ = QString::fromUtf8(process.readAllStandardError());
-        return process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
-    }
-
-    QString out_, err_;
 };
 
 QTEST_MAIN(HostTest)
