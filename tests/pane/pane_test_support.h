@@ -1,4 +1,4 @@
-// Shared pane test pieces: private folders, the state file, recording pages, a bus peer, syslog.
+// Shared pane test pieces: private folders, the state file, recording pages, a bus peer.
 #pragma once
 
 #include <QTextDocumentFragment>
@@ -35,7 +35,7 @@ class TestEnvironment {
         reset();
         ::setenv("HOME", qPrintable(home()), 1);
         ::setenv("TAVIX_SYSTEM_LIBRARY", qPrintable(root_.filePath("system/Library")), 1);
-        ::openlog(kLogIdent, LOG_PERROR, LOG_USER);  // stderr copy, read by LogCapture
+        ::openlog(kLogIdent, LOG_PERROR, LOG_USER);  // the pane's log lines go to stderr too
         // The product folder name comes from the string table, as when the plugin is loaded.
         ensurePaneTranslations();
     }
@@ -236,35 +236,5 @@ inline bool sendToPane(const QByteArray &data, qint32 msgid = 0) {
     }
     return port && QTest::qWaitFor([&] { return ok.has_value(); }, 5000) && *ok;
 }
-
-// Captures the pane's system log lines (copied to stderr by LOG_PERROR) until stop().
-class LogCapture {
-  public:
-    LogCapture() {
-        QVERIFY(file_.open());
-        std::fflush(stderr);
-        ::dup2(file_.handle(), STDERR_FILENO);
-    }
-    ~LogCapture() { stop(); }
-    QStringList stop() {
-        if (saved_ >= 0) {
-            std::fflush(stderr);
-            ::dup2(saved_, STDERR_FILENO);
-            ::close(std::exchange(saved_, -1));
-            file_.seek(0);
-            static const QRegularExpression line(QStringLiteral("^pane-test: (.*)$"),
-                                                 QRegularExpression::MultilineOption);
-            for (const auto &m : line.globalMatch(QString::fromUtf8(file_.readAll()))) {
-                lines_ << m.captured(1);
-            }
-        }
-        return lines_;
-    }
-
-  private:
-    int saved_ = ::dup(STDERR_FILENO);
-    QTemporaryFile file_;
-    QStringList lines_;
-};
 
 }  // namespace tavix::test

@@ -85,21 +85,18 @@ class ShellTest : public QObject, PaneFixture {
         QTest::addColumn<int>("model");
         QTest::addColumn<bool>("driver");
         QTest::addColumn<int>("page");
-        QTest::addColumn<QString>("alertKey");    // empty: the pages are usable
-        QTest::addColumn<QStringList>("calls");   // those willSelect makes
-        QTest::addColumn<QStringList>("logged");  // by willSelect; none: not verbose
-        const QStringList none;
-        QTest::newRow("first start") << -1 << true << 0 << "Alert.disconnect" << none << none;
-        QTest::newRow("panel, page 2, verbose")
+        QTest::addColumn<QString>("alertKey");   // empty: the pages are usable
+        QTest::addColumn<QStringList>("calls");  // those willSelect makes
+        QTest::newRow("first start") << -1 << true << 0 << "Alert.disconnect" << QStringList{};
+        QTest::newRow("panel, page 2")
             << 317 << true << 2 << QString()
-            << QStringList{"hw.updateUIState", "cal.unselectedView", "hw.updateUIState"}
-            << QStringList{"willSelect", "save OK"};
+            << QStringList{"hw.updateUIState", "cal.unselectedView", "hw.updateUIState"};
         QTest::newRow("panel, page 7")
-            << 317 << true << 7 << QString() << QStringList{"ver.updateUIState"} << none;
-        QTest::newRow("panel, driver off, verbose")
-            << 317 << false << 1 << "Alert.driverDisable" << none << QStringList{"willSelect"};
+            << 317 << true << 7 << QString() << QStringList{"ver.updateUIState"};
+        QTest::newRow("panel, driver off")
+            << 317 << false << 1 << "Alert.driverDisable" << QStringList{};
         QTest::newRow("no panel, driver off")
-            << 0 << false << 1 << "Alert.disconnect" << none << none;
+            << 0 << false << 1 << "Alert.disconnect" << QStringList{};
     }
     void loadAndSelect() {
         QFETCH(int, model);
@@ -107,15 +104,11 @@ class ShellTest : public QObject, PaneFixture {
         QFETCH(int, page);
         QFETCH(QString, alertKey);
         QFETCH(QStringList, calls);
-        QFETCH(QStringList, logged);
-        const bool usable = alertKey.isEmpty(), verbose = !logged.isEmpty();
+        const bool usable = alertKey.isEmpty();
         if (model >= 0) {
-            writeUtilities(utilities(model, driver, page, verbose, true));
+            writeUtilities(utilities(model, driver, page, false, true));
         }
-        verboseLog = verbose;  // as a monitor pass before the load would have left it
-        LogCapture loading;
         startPane();
-        QCOMPARE(loading.stop(), verbose ? QStringList{"mainViewDidLoad"} : QStringList{});
         // Tabs, pop-up, box and alert as a person sees them, and hears them, after each step.
         const auto seen = [&](const char *step) {
             QString name = QString::fromLatin1(QTest::currentDataTag()).toLower();
@@ -126,13 +119,11 @@ class ShellTest : public QObject, PaneFixture {
         QCOMPARE(seen("-loaded"), QString());
         QCOMPARE(QPair(gModelType.load(), gDriverEnable.load()), QPair(std::max(model, 0), driver));
         QCOMPARE(log_, (QStringList{"set.resetTabView", "hw.resetTabView"}));
-        const SettingsDict stored = utilities(std::max(model, 0), driver, page, verbose, true);
+        const SettingsDict stored = utilities(std::max(model, 0), driver, page, false, true);
         QVERIFY(readUtilities() == stored);
 
         log_.clear();
-        LogCapture capture;
         pane_->willSelect();
-        QCOMPARE(capture.stop(), logged);
         QCOMPARE(log_, calls);
         QCOMPARE(seen("-selected"), QString());
         QCOMPARE(QPair(_currentItemIndex.load(), pane_->statusBarIsShow()),
@@ -341,9 +332,7 @@ class ShellTest : public QObject, PaneFixture {
         writeUtilities(utilities(model, driver, startPage, true));
         log_.clear();
 
-        LogCapture capture;  // the files ask for verbose logging
         QVERIFY(sendToPane(bytes(code), 0x1234));
-        QCOMPARE(capture.stop().contains(" device  COMMAND_DRIVER_DISABLE "), code == 7);
         const QString shownAlert = alert()->isVisibleTo(view()) ? alert()->text() : "";
         QCOMPARE((QVariantList{log_.join('|'), gDriverEnable.load(), tabView()->isVisibleTo(view()),
                                shownAlert, tabView()->currentIndex(),
