@@ -52,14 +52,11 @@ const struct Message {
 } kMessages[] = {
     {"panel: 0", 317, 317, true, 0, "cal.updateUIState|hw.unselectedView", "", 0},
     {"panel: 3", 317, 317, true, 3, kUnselect + "|ver.updateUIState", "", 3},
-    {"panel: 4 connect", 317, 317, true, 4, kHw, "", 2},
     {"panel: 5 disconnect", 317, 317, true, 5, "", "", 2},
     {"panel: 6 reload", 317, 317, true, 6, kHw, "", 2},
     {"panel: 8 next simple calibration", 317, 317, true, 8, kNext, "", 2},
     {"panel: 10", 317, 317, true, 10, "", "", 2},
     {"panel: empty message", 317, 317, true, -1, "", "", 2},
-    {"no panel: 5", 0, 0, true, 5, kUnselect, "Alert.disconnect", 0},
-    {"no panel: 6", 0, 0, true, 6, "", "Alert.disconnect", 0},
     {"no panel: 7", 0, 0, true, 7, kUnselect, "Alert.disconnect", 0},
     {"panel came: 4 connect", 0, 317, true, 4, kHw + "|cal.unselectedView|" + kHw, "", 2},
     {"panel gone: 5 disconnect", 317, 0, true, 5, kUnselect, "Alert.disconnect", 2},
@@ -393,7 +390,6 @@ class ShellTest : public QObject, PaneFixture {
             // and the file after
             {plist(utilities(259, false, 0, true)), 259, true, {}},
             {"not a property list", 0, false, {}},
-            {flagged(true), 317, false, flagged(false)},
             {flagged(2), 317, false, {}},
             {flagged(1), 317, false, flagged(false)},
             {plist(utilities(0, true, 0, true)), 0, true, {}}};
