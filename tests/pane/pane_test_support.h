@@ -1,4 +1,4 @@
-// Shared pane test pieces: private folders, the state file, recording pages, a bus peer, syslog.
+// Shared pane test pieces: private folders, the state file, recording pages, a bus peer.
 #pragma once
 
 #include <QTextDocumentFragment>
@@ -35,7 +35,7 @@ class TestEnvironment {
         reset();
         ::setenv("HOME", qPrintable(home()), 1);
         ::setenv("TAVIX_SYSTEM_LIBRARY", qPrintable(root_.filePath("system/Library")), 1);
-        ::openlog(kLogIdent, LOG_PERROR, LOG_USER);  // stderr copy, read by LogCapture
+        ::openlog(kLogIdent, LOG_PERROR, LOG_USER);  // the pane's log lines go to stderr too
         // The product folder name comes from the string table, as when the plugin is loaded.
         ensurePaneTranslations();
     }
@@ -169,50 +169,38 @@ inline QStringList unheardLabels(QWidget *root) {
     return unheard;
 }
 
-inline bool inLayout(const QLayout *layout, const QWidget *widget) {
-    for (int i = 0; i < layout->count(); ++i) {
-        QLayoutItem *item = layout->itemAt(i);
-        if (item->widget() == widget || (item->layout() && inLayout(item->layout(), widget))) {
-            return true;
-        }
-    }
-    return false;
-}
-
-inline QString nameOf(const QWidget *w) {
-    return (w->objectName().isEmpty() ? QString::fromLatin1(w->metaObject()->className())
-                                      : w->objectName()) +
-           QLatin1Char('@') + w->parentWidget()->objectName();
-}
-
 // Adds to `faults` the widgets of `window`, shown or not, that their parent's layout leaves out,
 // and the visible leaf widgets that overlap one another or reach outside it; returns how many
 // leaves it looked at.
 inline int checkLaidOut(QWidget *window, QStringList *faults) {
+    const auto name = [](const QWidget *w) {
+        return (w->objectName().isEmpty() ? w->metaObject()->className() : w->objectName()) + '@' +
+               w->parentWidget()->objectName();
+    };
+    const auto area = [window](QWidget *w) { return QRect(w->mapTo(window, QPoint()), w->size()); };
     QList<QWidget *> leaves;
     for (QWidget *widget : window->findChildren<QWidget *>()) {
+        QLayout *layout = widget->parentWidget()->layout();
         if (widget->window() != window) {
             continue;
         }
-        if (const QLayout *layout = widget->parentWidget()->layout();
-            layout && !inLayout(layout, widget)) {
-            *faults << nameOf(widget) + QStringLiteral(" not in its layout");
+        if (layout && std::ranges::none_of(layout->findChildren<QLayout *>() << layout,
+                                           [&](QLayout *l) { return l->indexOf(widget) >= 0; })) {
+            *faults << name(widget) + " not in its layout";
         }
         const auto children = widget->findChildren<QWidget *>(Qt::FindDirectChildrenOnly);
         if (widget->isVisible() && !widget->size().isEmpty() &&
-            std::none_of(children.begin(), children.end(),
-                         [](QWidget *c) { return c->isVisible(); })) {
+            std::ranges::none_of(children, &QWidget::isVisible)) {
             leaves << widget;
         }
     }
-    const auto area = [window](QWidget *w) { return QRect(w->mapTo(window, QPoint()), w->size()); };
     for (qsizetype i = 0; i < leaves.size(); ++i) {
         if (!window->rect().contains(area(leaves[i]))) {
-            *faults << nameOf(leaves[i]) + QStringLiteral(" outside the window");
+            *faults << name(leaves[i]) + " outside the window";
         }
         for (qsizetype j = i + 1; j < leaves.size(); ++j) {
             if (area(leaves[i]).intersects(area(leaves[j]))) {
-                *faults << nameOf(leaves[i]) + QStringLiteral(" over ") + nameOf(leaves[j]);
+                *faults << name(leaves[i]) + " over " + name(leaves[j]);
             }
         }
     }
@@ -242,48 +230,11 @@ inline QDBusConnection peerConnection() {
 inline bool sendToPane(const QByteArray &data, qint32 msgid = 0) {
     const auto port =
         RemoteMessagePort::lookup(QString::fromLatin1(kPreferencePortName), peerConnection());
-    if (!port) {
-        return false;
+    std::optional<bool> ok;
+    if (port) {
+        port->sendRequest(msgid, data, 1.0, 1.0, [&](const PortReply &reply) { ok = reply.ok; });
     }
-    bool done = false;
-    bool ok = false;
-    port->sendRequest(msgid, data, 1.0, 1.0, [&](const PortReply &reply) {
-        done = true;
-        ok = reply.ok;
-    });
-    return QTest::qWaitFor([&] { return done; }, 5000) && ok;
+    return port && QTest::qWaitFor([&] { return ok.has_value(); }, 5000) && *ok;
 }
-
-// Captures the pane's system log lines (copied to stderr by LOG_PERROR) until stop().
-class LogCapture {
-  public:
-    LogCapture() {
-        QVERIFY(file_.open());
-        std::fflush(stderr);
-        ::dup2(file_.handle(), STDERR_FILENO);
-    }
-    ~LogCapture() { stop(); }
-    QStringList stop() {
-        if (saved_ >= 0) {
-            std::fflush(stderr);
-            ::dup2(saved_, STDERR_FILENO);
-            ::close(saved_);
-            saved_ = -1;
-            file_.seek(0);
-            const QByteArray prefix = QByteArray(kLogIdent) + ": ";
-            for (const QByteArray &line : file_.readAll().split('\n')) {
-                if (line.startsWith(prefix)) {
-                    lines_ << QString::fromUtf8(line.mid(prefix.size()));
-                }
-            }
-        }
-        return lines_;
-    }
-
-  private:
-    int saved_ = ::dup(STDERR_FILENO);
-    QTemporaryFile file_;
-    QStringList lines_;
-};
 
 }  // namespace tavix::test

@@ -31,10 +31,10 @@ void press(const StatusBarUtility &u, const char *name) {
     auto *item = u.menu()->findChild<QAction *>(QLatin1String(name));
     QAccessibleInterface *menu =
         QAccessible::queryAccessibleInterface(qobject_cast<QWidget *>(item->parent()));
-    for (int i = 0; menu != nullptr && i < menu->childCount(); ++i) {
+    for (int i = 0; i < menu->childCount(); ++i) {
         if (menu->child(i)->object() == item) {
-            menu->child(i)->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
-            return;
+            return menu->child(i)->actionInterface()->doAction(
+                QAccessibleActionInterface::pressAction());
         }
     }
     QFAIL(name);
@@ -59,17 +59,11 @@ class UtilityTest : public QObject {
 
   private:
     std::unique_ptr<test::TempRoots> roots_;
-    int launches_ = 0;
-    std::unique_ptr<StatusBarUtility> make() {
-        return std::make_unique<StatusBarUtility>(StatusBarUtility::Options{
-            std::chrono::milliseconds(20), [this] { return ++launches_, true; }});
-    }
 
   private Q_SLOTS:
     void initTestCase() { test::useShippedFolderName(); }
     void init() {
         roots_ = std::make_unique<test::TempRoots>();
-        launches_ = 0;
         QVERIFY(QFile::copy(QStringLiteral(TAVIX_DATA_DIR "/DeviceList.plist"),
                             QString::fromStdString(getSupportDeviceListFilePath())));
     }
@@ -82,7 +76,9 @@ class UtilityTest : public QObject {
         writeState(0, true);
         test::Recorder daemon(kDaemonPortName);
         const QString marker = test::hexBytes(QByteArray(1, char(COMMAND_GET_DIP_SW)));
-        auto u = make();
+        int launches = 0;
+        auto u = std::make_unique<StatusBarUtility>(StatusBarUtility::Options{
+            std::chrono::milliseconds(20), [&] { return ++launches, true; }});
         QCOMPARE(u->start(), StatusBarUtility::StartResult::Started);
         const struct {
             int model;
@@ -117,8 +113,7 @@ class UtilityTest : public QObject {
             const State state = !row.model    ? State::NoPanel
                                 : !row.driver ? State::DriverDisabled
                                               : State::Connected;
-            QVERIFY(QTest::qWaitFor(
-                [&] { return u->state() == state && u->modelType() == row.model; }, 1000));
+            QTRY_VERIFY(u->state() == state && u->modelType() == row.model);
             Q_EMIT u->menu()->aboutToShow();
             QCOMPARE(u->trayIcon()->toolTip(), QLatin1String(row.tip));
             QCOMPARE(menuState(*u), QLatin1String(row.menu));
@@ -138,11 +133,11 @@ class UtilityTest : public QObject {
         // A page goes to the running window, or to the state file for the window it starts.
         press(*u, "page2");
         QCOMPARE(readPlistFile(getUilitiesFilePath())->intValue("currentPageIndex"), 2);
-        QCOMPARE(launches_, 1);
+        QCOMPARE(launches, 1);
         test::Recorder window(kPreferencePortName);
         press(*u, "page3");
         QTRY_COMPARE(window.messages, QStringList{QStringLiteral("03")});
-        QCOMPARE(launches_, 1);
+        QCOMPARE(launches, 1);
         QCOMPARE(readPlistFile(getUilitiesFilePath())->intValue("currentPageIndex"), 2);
         // A click on the icon opens the stored page; Quit asks the program to end.
         Q_EMIT u->trayIcon()->activated(QSystemTrayIcon::Trigger);
@@ -177,10 +172,9 @@ class UtilityTest : public QObject {
                                                       {kStatusBarQuitMsgId, kStatusBarQuitData}};
         for (const auto &[msgid, data] : rows) {
             std::optional<PortReply> reply;
-            const auto port = RemoteMessagePort::lookup(QString::fromLatin1(kStatusBarPortName));
-            QVERIFY2(port, data.constData());
-            port->sendRequest(msgid, data, 1.0, 1.0, [&](const PortReply &r) { reply = r; });
-            QVERIFY(QTest::qWaitFor([&] { return reply.has_value(); }, 5000));
+            RemoteMessagePort::lookup(QString::fromLatin1(kStatusBarPortName))
+                ->sendRequest(msgid, data, 1.0, 1.0, [&](const PortReply &r) { reply = r; });
+            QTRY_VERIFY(reply.has_value());
             QVERIFY(reply->ok && reply->reply.isEmpty());
         }
         QTRY_COMPARE_WITH_TIMEOUT(first.state(), QProcess::NotRunning, 5000);
