@@ -60,25 +60,19 @@ TEST(PlistValueTest, NumericConversionFollowsOneRule) {
     }
 }
 
-// Keys, order and kinds as the file holds them (RotateMode is a boolean there). A merge then
-// keeps a replaced key in its place, adds new keys last and keeps the keys it does not name.
+// The files first use writes, byte for byte: keys, order and kinds (RotateMode is a boolean
+// there). A merge then keeps a replaced key in its place, adds new keys last and keeps the keys
+// it does not name.
 TEST_F(StoreTest, FirstUseWritesTheDefaultsAndAMergeKeepsThem) {
-    // clang-format off
-    const SettingsDict utilitiesDefaults = dictOf({{"currentPageIndex", 0},
-        {"isShowStatuMenu", true}, {"DriverEnable", true}, {"currentDeviceType", 0},
-        {"VerboseLog", false}});
+    const auto expected = [](const char *name) {
+        return readBytes(std::string(TAVIX_EXPECTED_DIR "/") + name);
+    };
     ASSERT_FALSE(pathExists(getUilitiesFilePath()));
-    EXPECT_EQ(readUtilitiesDictionary(), utilitiesDefaults);
-    EXPECT_EQ(readPlistFile(getUilitiesFilePath()), utilitiesDefaults);
-    SettingsDict settingsDefaults = dictOf({{"CalibrationHotKey", "C"}, {"SimpleHotKey", "S"},
-        {"CalibrationType", 0}, {"InputMode", 0}, {"SimpleCalibrationType", 0},
-        {"DoubleClickRange", 32}, {"DoubleClickRate", 0.5}, {"RotateMode", false},
-        {"DriverVersion", "0.8.0.3"}, {"EraserAreaMode", true}, {"FounctionButton1", true},
-        {"FounctionButton2", true}, {"ShowResolutionNotice", true}, {"TwoFingerSwipe", true},
-        {"TwoFingerPinch", true}, {"TwoFingerRotation", true}});
-    // clang-format on
-    EXPECT_EQ(readSettingItemsFromPlist(settingsFile()), settingsDefaults);
-    EXPECT_EQ(readPlistFile(settingsFile()), settingsDefaults);
+    EXPECT_EQ(readUtilitiesDictionary(), parsePlist(expected("Utilities.plist")));
+    EXPECT_EQ(readBytes(getUilitiesFilePath()), expected("Utilities.plist"));
+    SettingsDict settingsDefaults = readSettingItemsFromPlist(settingsFile());
+    EXPECT_EQ(readBytes(settingsFile()), expected("Settings_317.plist"));
+    EXPECT_EQ(parsePlist(expected("Settings_317.plist")), settingsDefaults);
     const SettingsDict items = dictOf({{"DoubleClickRange", 45}, {"PenSoftSupport", true}});
     ASSERT_TRUE(saveSettingItemsToPlist(items, settingsFile()));
     settingsDefaults.set("DoubleClickRange", 45);
