@@ -72,11 +72,28 @@ void RadioMatrix::selectCell(int row, int column) {
     for (QRadioButton *button : cells_) {
         button->blockSignals(false);
     }
+    keepOneTabStop();
 }
 
 void RadioMatrix::setCellEnabled(int row, int column, bool enabled) {
     if (QRadioButton *button = cell(row, column)) {
         button->setEnabled(enabled);
+    }
+    keepOneTabStop();
+}
+
+// Tab enters the group at one cell: the selected one, else the first enabled one. Qt leaves the
+// stop on the cell that last had focus, so once that cell is disabled Tab would pass the group by.
+void RadioMatrix::keepOneTabStop() {
+    QAbstractButton *stop = group_->checkedButton();
+    for (auto it = cells_.begin(); it != cells_.end() && (stop == nullptr || !stop->isEnabled());
+         ++it) {
+        stop = *it;
+    }
+    for (QRadioButton *button : cells_) {
+        const int policy = button == stop ? button->focusPolicy() | Qt::TabFocus
+                                          : button->focusPolicy() & ~Qt::TabFocus;
+        button->setFocusPolicy(static_cast<Qt::FocusPolicy>(policy));
     }
 }
 

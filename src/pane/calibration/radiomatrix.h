@@ -41,6 +41,8 @@ class RadioMatrix : public QWidget {
     QButtonGroup *group_;
     std::vector<QRadioButton *> cells_;
     std::function<void()> action_;
+
+    void keepOneTabStop();
 };
 
 }  // namespace tavix

@@ -3,6 +3,7 @@
 
 #include "calibration/calibrationviewclt.h"
 #include "calibration/hotkeychord.h"
+#include "calibration/radiomatrix.h"
 #include "pane_test_support.h"
 #include "properties_env.h"
 #include "snapshot.h"
@@ -207,9 +208,18 @@ class CalibrationTest : public QObject, public test::PaneFixture {
             faults << test::snapshotMismatch(window_.get(), "calibration-" + name)
                    << test::unheardLabels(window_.get());  // values heard as shown
             daemon_.expect({});
-            if (&s == kStates) {  // the key sink, each enabled group once, the sentence, the keys
-                QCOMPARE(test::tabStops(window_.get()),
-                         (QStringList{"", "calibrationMatrix__0_0", "simpleSetting__0_0",
+            const QStringList stops = test::tabStops(window_.get());  // one cell per usable group
+            for (const auto *m : window_->findChildren<RadioMatrix *>()) {
+                const auto cells = m->findChildren<QRadioButton *>();
+                const bool usable = m->isVisible() && std::any_of(cells.begin(), cells.end(),
+                                                                  std::mem_fn(&QWidget::isEnabled));
+                const auto in = stops.filter(QRegularExpression('^' + m->objectName() + "_\\d"));
+                QVERIFY2(in.size() == usable, s.name);
+            }
+            // The key sink, each group at its selected cell, the sentence, the keys.
+            if (&s == kStates) {
+                QCOMPARE(stops,
+                         (QStringList{"", "calibrationMatrix__0_0", "simpleSetting__2_0",
                                       "touchDisplay_", "calibrationBtn_", "simpleSwitchBtn_"}));
             }
             if (s.use.control) {
