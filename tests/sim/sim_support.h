@@ -50,7 +50,8 @@ class Sim {
         process.start(QStringLiteral(TAVIX_PANEL_SIM),
                       QStringList{QStringLiteral("--quiet"), QStringLiteral("--log"), log_} +
                           QString::fromLatin1(args).split(u' ', Qt::SkipEmptyParts));
-        return process.waitForStarted(5000) && nextLine().startsWith(QStringLiteral("ready:"));
+        return process.waitForStarted(5000) && readLine() &&
+               readLine_->startsWith(QStringLiteral("ready:"));
     }
     // Sends one console line and returns its answer: any lines it prints, then the one line
     // "ok: ..." or "error: ...".
@@ -87,7 +88,6 @@ class Sim {
     QProcess process;
 
   private:
-    QString nextLine() { return readLine() ? *readLine_ : QString(); }
     // The next line of its output without its line end; false if none comes in 10 s.
     bool readLine() {
         [[maybe_unused]] const bool ready = QTest::qWaitFor(
