@@ -92,13 +92,14 @@ void TavixTouchPanelPref::mainViewDidLoad() {
         monitorThreads_.emplace_back([this] { checkDeviceConnectStatus(); });
     }
     watchPreferenceFolder();
-    logVerbose("mainViewDidLoad");
     controllers_.settingVC_->resetTabView();
     controllers_.hardwareInformationVC_->resetTabView();
 
     gModelType = 0;
     gDriverEnable = false;
     refreshState();
+    // Only now is the file's logging switch known for certain; the monitor may not have read it.
+    logVerbose("mainViewDidLoad");
     if (applyAvailability()) {
         return;
     }

@@ -108,7 +108,7 @@ class HostTest : public QObject {
         }
         QCOMPARE(log.count("willSelect"), 1);
         log.removeDuplicates();  // the Hardware page may be refreshed again meanwhile
-        QCOMPARE(log, (QStringList{"willSelect", "type = 317", "save OK"}));
+        QCOMPARE(log, (QStringList{"mainViewDidLoad", "willSelect", "type = 317", "save OK"}));
         const QStringList settings{"1D 00", "1E 00"};
         QTRY_COMPARE(daemon.mid(daemon.lastIndexOf("1B") + 1), settings + settings);
     }
