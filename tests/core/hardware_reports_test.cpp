@@ -95,6 +95,7 @@ TEST(HardwareReportsTest, ReportFilesHoldEveryFieldInPlace) {
     EXPECT_EQ(hardwareReportJson(full), expected("report-full.json"));
     EXPECT_EQ(hardwareReportHtml(full, "UE5H"), expected("report-full.html"));
     EXPECT_EQ(hardwareReportHtml(bare, "UE5H"), expected("report-bare.html"));
+    EXPECT_EQ(hardwareReportJson(bare), expected("report-bare.json"));
     EXPECT_EQ(jsonString("\x01\x7F\xFF \xC3(\xC3"), "\"\\u0001\\u007f\\u00ff \\u00c3(\\u00c3\"");
 }
 
