@@ -211,6 +211,7 @@ class SettingViewCtlTest : public QObject {
             QTRY_COMPARE(ctl_->doubleClickRate(), rate);  // a reader's press clicks a moment later
             daemon_.expect(sent.isEmpty() ? QStringList{} : QStringList{sent});
             checkShown(range, rate);
+            QCOMPARE(w<QSlider>("rateSlider_")->value(), qRound((1.0 - rate) * 100));
         }
     }
 
