@@ -23,16 +23,11 @@ inline void useShippedFolderName() {
     });
 }
 
-// A device list of model 317 alone, named NAME, with areas "Top" (two points) and "Left" (one).
+// A device list of model 317 alone, named `name`, with areas "Top" (two points) and "Left" (one).
 inline void writeSmallDeviceList(const std::string &name = "Tavix TX-317") {
-    QVERIFY(writeFileAtomically(
-        getSupportDeviceListFilePath(),
-        "<plist><array><dict><key>ModelType</key><integer>317</integer><key>Name</key><string>" +
-            name +
-            "</string><key>LEDSensorArray</key><array><dict><key>Area</key><string>Top</string>"
-            "<key>Point</key><integer>2</integer><key>Index</key><integer>1</integer></dict><dict>"
-            "<key>Area</key><string>Left</string><key>Point</key><integer>1</integer><key>Index"
-            "</key><integer>2</integer></dict></array></dict></array></plist>"));
+    std::string list = readSmallFile(TAVIX_SIM_TEST_DIR "/devicelist-317.plist", 4096).value();
+    QVERIFY(writeFileAtomically(getSupportDeviceListFilePath(),
+                                list.replace(list.find("NAME"), 4, name)));
 }
 
 #ifdef TAVIX_PANEL_SIM
