@@ -431,7 +431,9 @@ void TavixTouchPanelPref::watchPreferenceFolder() {
 void TavixTouchPanelPref::monitorPass() {
     SettingsDict d = readUtilitiesDictionary();
     verboseLog = d.boolValue("VerboseLog");
-    gModelType = static_cast<std::int32_t>(d.intValue("currentDeviceType"));
+    // The pass judges by what it read: the main thread resets the shared model while it loads.
+    const auto model = static_cast<std::int32_t>(d.intValue("currentDeviceType"));
+    gModelType = model;
 
     // Only exactly true counts as a refresh request; it is written back as false.
     const PlistValue *refresh = d.find("RefreshCalibrationType");
@@ -455,7 +457,7 @@ void TavixTouchPanelPref::monitorPass() {
     }
 
     // A modal window stays only while the panel, the driver and the page in use still hold.
-    const bool keep = gModelType.load() != 0 && d.boolValue("DriverEnable") &&
+    const bool keep = model != 0 && d.boolValue("DriverEnable") &&
                       d.intValue("currentPageIndex") == _currentItemIndex.load();
     if (!keep) {
         QMetaObject::invokeMethod(

@@ -422,6 +422,7 @@ class ShellTest : public QObject, PaneFixture {
         const bool ended = QTest::currentDataTag() != QLatin1String("all hold");
         writeUtilities(utilities(317, true, 0));
         startPane(true, 20ms);
+        QVERIFY(waitForPasses(1));  // what the load's passes queued has run before the windows
         QDialog own(view()), alert(&own);
         pageWindow_ = &own;
         for (QDialog *dialog : {&own, &alert}) {
