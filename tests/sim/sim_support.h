@@ -45,8 +45,8 @@ class Sim {
         process.start(QStringLiteral(TAVIX_PANEL_SIM),
                       QStringList{QStringLiteral("--quiet"), QStringLiteral("--log"), log_} +
                           QString::fromLatin1(args).split(u' ', Qt::SkipEmptyParts));
-        return process.waitForStarted(5000) && readLine() &&
-               readLine_->startsWith(QStringLiteral("ready:"));
+        return process.waitForStarted(5000) &&
+               readLine().value_or(QString()).startsWith(QStringLiteral("ready:"));
     }
     // Sends one console line and returns its answer: any lines it prints, then the one line
     // "ok: ..." or "error: ...".
@@ -55,10 +55,11 @@ class Sim {
         QStringList answer;
         while (answer.isEmpty() || !(answer.back().startsWith(QStringLiteral("ok:")) ||
                                      answer.back().startsWith(QStringLiteral("error:")))) {
-            if (!readLine()) {
+            const std::optional<QString> next = readLine();
+            if (!next) {
                 break;
             }
-            answer << *readLine_;
+            answer << *next;
         }
         return answer.join(u'\n');
     }
@@ -83,20 +84,17 @@ class Sim {
     QProcess process;
 
   private:
-    // The next line of its output without its line end; false if none comes in 10 s.
-    bool readLine() {
+    // The next line of its output without its line end; none if none comes in 10 s.
+    std::optional<QString> readLine() {
         [[maybe_unused]] const bool ready = QTest::qWaitFor(
             [&] { return process.canReadLine() || process.state() == QProcess::NotRunning; },
             10000);
-        readLine_ = process.canReadLine() ? std::optional(QString::fromUtf8(process.readLine()))
-                                          : std::nullopt;
-        if (readLine_) {
-            readLine_->chop(1);
+        if (!process.canReadLine()) {
+            return std::nullopt;
         }
-        return readLine_.has_value();
+        return QString::fromUtf8(process.readLine()).chopped(1);
     }
 
-    std::optional<QString> readLine_;
     QString log_;
 };
 #endif
